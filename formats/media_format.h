@@ -227,8 +227,11 @@ inline constexpr auto header_tables = std::to_array<table>({
 
     // Components: `id` is the position plus 1. `file_count` spares the count of a million rows.
     {"component", "id INTEGER PRIMARY KEY, file_count INTEGER NOT NULL", component_columns, "", ""},
-    // Files: where the bytes lie is the volume's number and the entry's index in it, or, where
-    // `volume` is null, the rows of `file_part`. `date` is an automation date. `md5` is 16 bytes.
+    // Files: where the bytes lie is the volume's number and the entry's index in it (from 0, in the
+    // order of its directory), or, where `volume` is null, the rows of `file_part`, whose `size` is
+    // that of the stored entry; the entries follow each other without a gap, and those of a sealed
+    // file make one sealed stream. A file with neither has no payload. `size` is that of the clear
+    // file. `date` is an automation date, in UTC. `md5` is 16 bytes.
     {"file",
      "component INTEGER NOT NULL, position INTEGER NOT NULL, name TEXT NOT NULL, size INTEGER NOT NULL, "
      "compressed_size INTEGER NOT NULL, date REAL NOT NULL, version TEXT, md5 BLOB, flags INTEGER NOT NULL DEFAULT 0, "

@@ -39,11 +39,18 @@ struct seal_cost {
 /// The database image of a whole protected header file. Throws `wrong_password`, `damaged_seal`.
 [[nodiscard]] bytes open_header(byte_view file, std::string_view password_utf8);
 
+/// 32 bytes for `media.payload_key`, as slow to come to from a guessed password as the header's key.
+[[nodiscard]] bytes derive_payload_key(byte_view media_id, std::string_view password_utf8, const seal_cost& cost = {});
+
+// A sealed payload is the stream's header of 24 bytes, then messages: four bytes that give the
+// message's length, little-endian, and the message itself, at most 64 KiB of deflated content and
+// 17 bytes. The last one is marked as final.
+
 /// Deflates and encrypts the content of one stored file, in pieces.
 class payload_sealer {
 public:
-    /// `key` is 32 bytes; `context` is unique within the media ("volume/entry"), the stream's start
-    /// is derived from both.
+    /// `key` is 32 bytes; the stream's start is derived from it and from `context`, which must not
+    /// repeat with another content under the same key: the same start would give the same key stream.
     payload_sealer(byte_view key, std::string_view context);
     ~payload_sealer();
     /// Appends the sealed form of a piece to `out`; the last piece (which may be empty) ends it.
@@ -59,7 +66,7 @@ class payload_opener {
 public:
     explicit payload_opener(byte_view key);
     ~payload_opener();
-    /// Throws `damaged_seal`.
+    /// Throws `damaged_seal`. The last bytes come out with the last piece.
     void add(byte_view piece, bytes& out);
     /// Throws `damaged_seal` where the content did not come to its end.
     void finish();
