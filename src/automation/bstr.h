@@ -40,7 +40,7 @@ public:
     /// Copies a text. The holder stays null when memory is short.
     explicit bstr(std::u16string_view text) noexcept
         : m_text(SysAllocStringLen(text.data() ? text.data() : u"",
-                                     static_cast<UINT>(std::min<std::size_t>(text.size(), UINT32_MAX))))
+                                   static_cast<UINT>(std::min<std::size_t>(text.size(), UINT32_MAX))))
     {
     }
     bstr(bstr&& other) noexcept : m_text(other.detach()) {}
