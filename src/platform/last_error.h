@@ -19,6 +19,7 @@ inline constexpr std::uint32_t error_insufficient_buffer = 122;
 inline constexpr std::uint32_t error_mod_not_found = 126;
 inline constexpr std::uint32_t error_proc_not_found = 127;
 inline constexpr std::uint32_t error_already_exists = 183;
+inline constexpr std::uint32_t error_more_data = 234;
 
 [[nodiscard]] std::uint32_t get_last_error() noexcept;
 void set_last_error(std::uint32_t code) noexcept;
