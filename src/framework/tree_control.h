@@ -84,6 +84,10 @@ public:
     /// Sorts the direct children by text, case ignored, in the user's dictionary order; stable.
     void SortChildren(HTREEITEM parent);
 
+    /// The image list that item images index; the frame keeps it alive. Null before one is set.
+    void SetImages(const image_list* images) noexcept { m_images = images; }
+    [[nodiscard]] const image_list* GetImages() const noexcept { return m_images; }
+
     // Rows, for views: constant time once the children's rows have been counted.
     [[nodiscard]] std::size_t GetChildCount(HTREEITEM item) const; // of the root level for null
     [[nodiscard]] HTREEITEM GetChildAt(HTREEITEM item, std::size_t row) const;
@@ -124,6 +128,7 @@ private:
     std::vector<std::uint32_t> m_free;
     std::size_t m_live_count = 0;
     HTREEITEM m_selected;
+    const image_list* m_images = nullptr;
     tree_observer* m_observer = nullptr;
 };
 

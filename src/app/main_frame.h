@@ -1,0 +1,138 @@
+// The one window of the program and the holder of all that lasts longer than a command: the
+// session, the node map, the view filter, the two controls. A table of contents by subject; the
+// operations of a subject stand in the files named beside it.
+#pragma once
+
+#include "automation/unknown.h"
+#include "bridges/log_interface.h"
+#include "foundation/string.h"
+#include "framework/cstring.h"
+#include "framework/frame_window.h"
+#include "framework/list_control.h"
+#include "framework/tree_control.h"
+#include "media/column_sets.h"
+#include "media/nav_node.h"
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string_view>
+
+namespace cw {
+
+class CRecentFileList;
+
+class CMainFrame final : public CXTPFrameWnd {
+public:
+    /// `recent_files` is the application's list, borrowed; it must outlive the frame.
+    CMainFrame(frame_toolkit& toolkit, frame_services& services, CRecentFileList& recent_files);
+    ~CMainFrame() override;
+
+    // ---- the session: app/session.cpp ---------------------------------------------------------
+    /// Opens a media or a log, by the text of the path, in place of what is open. True when the
+    /// input is open, and for a log always.
+    bool OpenFile(const string& path);
+    /// 0 when `m_media` is set, 142 where a password is needed, a negative activation result, or
+    /// another number of the library.
+    std::int32_t OpenMedia(const string& path, const string& password);
+    /// The answer is looked at by nobody.
+    std::int32_t OpenLog(const string& path);
+    void OnFileOpen(std::uint32_t id);
+    void OnOpenRecentFile(std::uint32_t id);
+
+    // ---- the view: app/view_commands.cpp, app/selection_dispatch.cpp --------------------------
+    void RebuildTree();
+    void OnViewFilter(std::uint32_t id);
+    void OnUpdateViewFilter(command_ui& ui);
+    void OnExpertMode(std::uint32_t id);
+    void OnUpdateExpertMode(command_ui& ui);
+    void OnTreeSelectionChanged();
+
+    // ---- nodes, rows and columns: media/navigator.cpp -----------------------------------------
+    /// Inserts a tree item with the images of its kind and text and stores its node.
+    HTREEITEM InsertNavNode(HTREEITEM parent, const string& text, const NavNode& node);
+    void AddPropertyRow(std::size_t row, std::uint32_t label_id, const string& value);
+    void AddPropertyRow(std::size_t row, const string& label, const string& value);
+    void AddYesNoRow(std::size_t row, std::uint32_t label_id, bool flag);
+    /// Replaces the list's columns with those of a kind and empties it; a kind without an entry
+    /// leaves the list as it is.
+    void SetListColumns(node_kind kind);
+
+    // ---- media trees: media/feature_tree.cpp, media/component_tree.cpp ------------------------
+    void BuildFeatureTree();
+    void AddFeatures(HTREEITEM parent, IDispatch* features);
+    void BuildComponentTree();
+    void AddComponents(HTREEITEM parent, IDispatch* components);
+
+    // ---- media presenters: media/*_properties.cpp, media/file_rows.cpp --------------------
+    void ShowFeature(HTREEITEM item);
+    void ShowComponent(HTREEITEM item);
+    void ShowComponentFiles(HTREEITEM item);
+
+    // ---- read by window, companion and tests --------------------------------------------------
+    [[nodiscard]] CTreeCtrl& Tree() noexcept { return m_treeCtrl; }
+    [[nodiscard]] CListCtrl& List() noexcept { return m_listCtrl; }
+    [[nodiscard]] const NavNodeMap& NavNodes() const noexcept { return m_navNodes; }
+    [[nodiscard]] bool ExpertMode() const noexcept { return m_expertMode; }
+    [[nodiscard]] std::u16string_view ViewFilter() const noexcept { return m_viewFilter; }
+    [[nodiscard]] const string& OpenPath() const noexcept { return m_openPath; }
+    [[nodiscard]] const image_list& TreeImages() const noexcept { return m_treeImages; }
+    [[nodiscard]] const image_list& SpacerImages() const noexcept { return m_spacerImages; }
+    [[nodiscard]] CRecentFileList& RecentFiles() noexcept { return m_recentFiles; }
+    [[nodiscard]] bool HasMedia() const noexcept { return static_cast<bool>(m_media); }
+    /// Whether the open log's main feature was read.
+    [[nodiscard]] bool HasLog() const noexcept { return static_cast<bool>(m_rootFeatureLog); }
+
+    /// Gets the commands that the frame has no entry for; answers whether it took one.
+    using command_target = std::function<bool(std::uint32_t id, command_ui* ui)>;
+    void SetNextTarget(command_target target) { m_nextTarget = std::move(target); }
+
+protected:
+    // ---- creation and routing: app/main_frame.cpp, app/command_map.cpp ------------------------
+    bool PreCreateWindow(frame_create_parameters& parameters) override;
+    bool OnCreateClient() override;
+    int OnCreate() override;
+    void OnClose() override;
+    bool OnCmdMsg(std::uint32_t id, command_ui* ui) override;
+    void OnNotify(std::uint32_t control_id, std::uint32_t code) override;
+    bool PreTranslateMessage(const key_message& key) override;
+
+private:
+    friend struct frame_maps;
+    friend struct frame_access; // tests look at members that have no reader
+
+    bool OpenLogFile(const string& path);
+    bool OpenMediaFile(const string& path, automation::com_ptr<IDispatch> previous_media);
+    void ReportOpenError();
+    void ClearTreeAndList();
+    /// A root item with the text of a string resource and no node.
+    HTREEITEM InsertRoot(std::uint32_t label_id, tree_item_images images);
+    [[nodiscard]] bool IsFilesItem(HTREEITEM item) const;
+    /// The component of a name; null where the library knows none or fails to look.
+    [[nodiscard]] automation::com_ptr<IDispatch> FindComponent(std::u16string_view name);
+
+    CRecentFileList& m_recentFiles;
+    command_target m_nextTarget;
+
+    // In the order in which they are made; destruction runs the other way.
+    control_window* m_pTreePane = nullptr;
+    control_window* m_pListPane = nullptr;
+    automation::com_ptr<ILogLoader> m_logLoader;
+    automation::com_ptr<ILogDocument> m_logDocument;
+    automation::com_ptr<IFeatureLog> m_rootFeatureLog;
+    automation::com_ptr<IDispatch> m_mediaFactory;
+    automation::com_ptr<IDispatch> m_media;
+    bool m_expertMode = false;
+    NavNodeMap m_navNodes;
+    string m_reportPath;
+    string m_openPath;
+    CString m_findText;
+    CString m_viewFilter;
+    HTREEITEM m_findAnchor;
+    CListCtrl m_listCtrl;
+    CTreeCtrl m_treeCtrl;
+    image_list m_treeImages;
+    image_list m_spacerImages;
+};
+
+} // namespace cw

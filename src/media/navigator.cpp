@@ -1,0 +1,133 @@
+// The operations through which every builder and presenter of the frame goes: one inserts a node,
+// two add a row, one sets the columns.
+
+#include "app/main_frame.h"
+
+#include <algorithm>
+#include <array>
+
+namespace cw {
+namespace {
+
+constexpr std::uint32_t label_features = 143;
+constexpr std::uint32_t label_yes = 150;
+constexpr std::uint32_t label_no = 151;
+constexpr std::uint32_t label_desktop = 279;
+constexpr std::uint32_t label_start_menu = 280;
+
+constexpr tree_item_images default_images{1, 2};
+
+struct kind_images {
+    node_kind kind;
+    tree_item_images images;
+    bool first_level_only;
+};
+
+constexpr auto images_by_kind = std::to_array<kind_images>({
+    {NODEKIND_COMPONENT_FILES, {3, 3}, false},
+    {NODEKIND_LOG_FILE, {3, 3}, false},
+    {NODEKIND_LOG_INI, {3, 3}, false},
+    {NODEKIND_SETUP_TYPE, {10, 10}, false},
+    {NODEKIND_LOG_SHELL, {4, 4}, false},
+    {NODEKIND_SHELL_SHORTCUT, {4, 4}, false},
+    {NODEKIND_LOG_GENERAL, {0, 0}, false},
+    {NODEKIND_LOG_DOTNET, {9, 9}, false},
+    {NODEKIND_REGISTRY_KEY, {5, 5}, true},
+    {NODEKIND_LOG_FILEREG, {5, 5}, true},
+    {NODEKIND_LOG_REGISTRY, {5, 5}, true},
+});
+
+/// A text that decides the images whatever the kind says, or of one kind only.
+struct text_images {
+    std::uint32_t label_id; // 0: `text` is a literal
+    const char16_t* text;
+    node_kind kind; // negative: any
+    tree_item_images images;
+};
+
+// Later rows win over earlier ones.
+constexpr auto images_by_text = std::to_array<text_images>({
+    {label_features, nullptr, NODEKIND_SETUP_TYPE, {11, 11}},
+    {label_desktop, nullptr, -1, {14, 14}},
+    {label_start_menu, nullptr, -1, {15, 15}},
+    {0, u"<Data>", -1, {16, 16}},
+});
+
+tree_item_images images_for(node_kind kind, const string& text, bool has_grandparent)
+{
+    tree_item_images images = default_images;
+    for (const kind_images& rule : images_by_kind)
+        if (rule.kind == kind && !(rule.first_level_only && has_grandparent))
+            images = rule.images;
+    for (const text_images& rule : images_by_text) {
+        if (rule.kind >= 0 && rule.kind != kind)
+            continue;
+        string label(rule.text);
+        if (rule.label_id != 0)
+            label.load(rule.label_id);
+        if (text.equals_no_case(label))
+            images = rule.images;
+    }
+    return images;
+}
+
+} // namespace
+
+HTREEITEM CMainFrame::InsertNavNode(HTREEITEM parent, const string& text, const NavNode& node)
+{
+    HTREEITEM grandparent;
+    if (parent)
+        grandparent = m_treeCtrl.GetParentItem(parent);
+    else
+        parent = m_treeCtrl.GetRootItem();
+    const HTREEITEM item =
+        m_treeCtrl.InsertItem(text, images_for(node.kind, text, static_cast<bool>(grandparent)), parent);
+    m_navNodes[item] = node;
+    return item;
+}
+
+HTREEITEM CMainFrame::InsertRoot(std::uint32_t label_id, tree_item_images images)
+{
+    string label;
+    label.load(label_id);
+    return m_treeCtrl.InsertItem(label, images, {});
+}
+
+void CMainFrame::AddPropertyRow(std::size_t row, std::uint32_t label_id, const string& value)
+{
+    string label;
+    label.load(label_id);
+    AddPropertyRow(row, label, value);
+}
+
+void CMainFrame::AddPropertyRow(std::size_t row, const string& label, const string& value)
+{
+    m_listCtrl.InsertItem(row, label);
+    m_listCtrl.SetItemText(row, 1, value);
+}
+
+void CMainFrame::AddYesNoRow(std::size_t row, std::uint32_t label_id, bool flag)
+{
+    string value;
+    value.load(flag ? label_yes : label_no);
+    AddPropertyRow(row, label_id, value);
+}
+
+void CMainFrame::SetListColumns(node_kind kind)
+{
+    const ColumnSet* set = find_column_set(kind);
+    if (!set)
+        return;
+    m_listCtrl.DeleteAllItems();
+    // One deletion more than there are columns: the last finds nothing and ends the loop.
+    while (m_listCtrl.DeleteColumn(0)) {
+    }
+    std::size_t index = 0;
+    for (const column_definition& column : set->columns) {
+        string label;
+        label.load(column.label_id);
+        m_listCtrl.InsertColumn(index++, label, column.width_in_pixels);
+    }
+}
+
+} // namespace cw
