@@ -1,0 +1,3 @@
+# Sources that are tested through another's test, each for a reason.
+TESTED_BY = {
+}
