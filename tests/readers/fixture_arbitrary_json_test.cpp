@@ -1,0 +1,181 @@
+// Models of random JSON: whatever stands at whatever place, a call answers in its type or fails.
+#include "tests/readers/fixture_support.h"
+
+#include "readers/fixture/text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <random>
+#include <span>
+
+using namespace cw;
+using namespace cw::fixture_tests;
+
+namespace {
+
+using nlohmann::json;
+
+struct table {
+    std::u16string_view interface_name;
+    std::span<const media_member_row> rows;
+};
+const table tables[] = {{media::interface_name, media::all},
+                        {media_feature::interface_name, media_feature::all},
+                        {media_feature_property::interface_name, media_feature_property::all},
+                        {media_component::interface_name, media_component::all},
+                        {media_file::interface_name, media_file::all},
+                        {media_setup_type::interface_name, media_setup_type::all},
+                        {media_shell_folder::interface_name, media_shell_folder::all},
+                        {media_shortcut::interface_name, media_shortcut::all},
+                        {media_registry_set::interface_name, media_registry_set::all},
+                        {media_registry_key::interface_name, media_registry_key::all},
+                        {media_registry_value::interface_name, media_registry_value::all},
+                        {media_settings::interface_name, media_settings::all},
+                        {media_arp_info::interface_name, media_arp_info::all},
+                        {media_report::interface_name, media_report::all}};
+
+std::span<const media_member_row> rows_of(std::u16string_view interface_name)
+{
+    for (const table& candidate : tables)
+        if (candidate.interface_name == interface_name)
+            return candidate.rows;
+    ADD_FAILURE() << "no table of " << fixture::to_utf8(interface_name);
+    return {};
+}
+
+class random_json {
+public:
+    explicit random_json(unsigned seed) : m_random(seed) {}
+
+    // An object with members of an interface, most of them of a fitting kind.
+    json object(std::u16string_view interface_name, int depth)
+    {
+        json result = json::object();
+        for (const media_member_row& row : rows_of(interface_name))
+            if (chance(2))
+                result[fixture::to_utf8(row.name)] = member(row, depth);
+        return result;
+    }
+
+private:
+    bool chance(unsigned one_in) { return m_random() % one_in == 0; }
+
+    json member(const media_member_row& row, int depth)
+    {
+        if (row.type != VT_DISPATCH || chance(6) || depth == 0)
+            return anything(3);
+        const bool files = row.object == media_file_list::interface_name;
+        const std::u16string_view inner = files ? media_file::interface_name : row.object;
+        if (!row.collection && !files)
+            return object(inner, depth - 1);
+        json items = json::array();
+        for (int i = static_cast<int>(m_random() % 3); i >= 0; --i)
+            items.push_back(chance(6) ? anything(2) : object(inner, depth - 1));
+        return chance(4) ? json{{"items", items}, {"counts", anything(2)}} : items;
+    }
+
+    json anything(int depth)
+    {
+        static const char* const texts[] = {
+            "",        "Main",           "0x80004005", "VT_ARRAY|VT_VARIANT", "VT_R8",
+            "VT_BSTR", "VT_ARRAY|VT_I4", "VT_DATE",    "2001-02-03T00:04:05", "VT_DECIMAL"};
+        static const char* const keys[] = {"items", "counts", "fail", "vt", "value", "lower", "dims", "Name"};
+        switch (m_random() % (depth > 0 ? 9u : 6u)) {
+        case 0:
+            return nullptr;
+        case 1:
+            return chance(2);
+        case 2:
+            return static_cast<std::int64_t>(m_random()) * (chance(2) ? -1 : 1);
+        case 3:
+            return static_cast<int>(m_random() % 8) - 2;
+        case 4:
+            return static_cast<double>(m_random()) / 7;
+        case 5:
+            return texts[m_random() % std::size(texts)];
+        case 6: {
+            json array = json::array();
+            for (unsigned i = m_random() % 4; i > 0; --i)
+                array.push_back(anything(depth - 1));
+            return array;
+        }
+        default: {
+            json result = json::object();
+            for (unsigned i = m_random() % 4; i > 0; --i)
+                result[keys[m_random() % std::size(keys)]] = anything(depth - 1);
+            if (chance(2))
+                result["vt"] = texts[3 + m_random() % 3];
+            return result;
+        }
+        }
+    }
+
+    std::mt19937 m_random;
+};
+
+class FixtureArbitraryJson : public fixture_test {
+protected:
+    // Calls every member of an object and of what it leads to.
+    void walk(const com_ptr<IDispatch>& object, std::u16string_view interface_name)
+    {
+        for (const media_member_row& row : rows_of(interface_name)) {
+            if (row.kind != DISPATCH_PROPERTYGET)
+                continue;
+            const outcome got = call(object.get(), row);
+            check(got, row.type);
+            if (got.result != S_OK || row.type != VT_DISPATCH || !got.value.pdispVal)
+                continue;
+            if (row.collection)
+                walk_items(got.object(), media_collection::Count, media_collection::Item, row.object);
+            else if (row.object == media_file_list::interface_name)
+                walk_items(got.object(), media_file_list::Count, media_file_list::Item, media_file::interface_name);
+            else
+                walk(got.object(), row.object);
+        }
+    }
+
+    void walk_items(const com_ptr<IDispatch>& collection, const media_member_row& count, const media_member_row& item,
+                    std::u16string_view interface_name)
+    {
+        check(call(collection.get(), count), VT_I4);
+        check(call(collection.get(), count), VT_I4);
+        check(call(collection.get(), item, std::u16string_view(u"Main")), VT_DISPATCH);
+        for (int index = 0; index < 4; ++index) {
+            const outcome got = call(collection.get(), item, index);
+            check(got, VT_DISPATCH);
+            if (got.result == S_OK && got.value.pdispVal)
+                walk(got.object(), interface_name);
+        }
+    }
+
+    void check(const outcome& got, VARTYPE type)
+    {
+        ++m_calls;
+        if (got.result == S_OK) {
+            ++m_answers;
+            EXPECT_TRUE(got.value.vt == type || type == VT_VARIANT) << got.value.vt;
+            return;
+        }
+        EXPECT_EQ(got.value.vt, VT_EMPTY);
+        EXPECT_FALSE(got.description.empty());
+        EXPECT_LT(got.result, 0);
+    }
+
+    int m_calls = 0;
+    int m_answers = 0;
+};
+
+TEST_F(FixtureArbitraryJson, EveryCallAnswersInItsTypeOrFails)
+{
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        random_json random(seed);
+        const json model{{"missing", seed % 2 ? "null" : "fail"}, {"media", random.object(media::interface_name, 3)}};
+        walk(open(model.dump()), media::interface_name);
+    }
+    EXPECT_GT(m_answers, 10'000);
+    EXPECT_GT(m_calls - m_answers, 1'000);
+}
+
+} // namespace
