@@ -84,9 +84,11 @@ public:
     /// Replaces the text with a string resource; false and an empty text where there is none.
     bool load(std::uint32_t id);
     /// Writes the text with its terminator in a code page; the bytes written, or needed where
-    /// `size_in_bytes` is 0.
+    /// `size_in_bytes` is 0; 0 on failure, the last error telling why. For 1200 and 1201 a text that
+    /// does not fit is cut, the target then being full and without a terminator.
     std::size_t to_bytes(char* target, std::size_t size_in_bytes, std::uint32_t code_page) const;
-    /// Replaces the text from bytes of a code page; the number of wide characters.
+    /// Replaces the text from `length` bytes of a code page (-1: up to the terminator); the number of
+    /// wide characters. Where a narrow code page gives none, the old text stays and 0 is answered.
     std::size_t assign_bytes(const char* source, std::ptrdiff_t length, std::uint32_t code_page);
     /// Joins with exactly one separator at the seam.
     string& append_separated(string other, char16_t separator);
@@ -110,6 +112,7 @@ private:
     void initialise(const char16_t* text, std::size_t count);
     void grow(std::size_t needed);
     void erase_text(std::size_t position, std::size_t count);
+    string& replace_text(std::size_t position, std::size_t count, const char16_t* text, std::size_t text_count);
 
     union {
         char16_t m_small[small_capacity + 1];
@@ -127,7 +130,8 @@ private:
 class string::buffer_scope {
 public:
     explicit buffer_scope(string& target, bool take_bstr = false, const char* narrow = nullptr) noexcept;
-    ~buffer_scope();
+    /// Taking the text back may need memory: std::bad_alloc where there is none.
+    ~buffer_scope() noexcept(false);
     buffer_scope(const buffer_scope&) = delete;
     buffer_scope& operator=(const buffer_scope&) = delete;
 
@@ -144,6 +148,8 @@ private:
 [[nodiscard]] string to_text(std::int32_t value);
 /// The text of a value; empty where it has none.
 [[nodiscard]] string to_text(const VARIANT& value);
+/// Whether a text is anything but a single backslash; the empty text is.
+[[nodiscard]] bool is_other_than_backslash(const string& text) noexcept;
 /// Joins two paths with the separator of the first: '/' for a native path, otherwise a backslash.
 [[nodiscard]] string combine_path(const string& first, const string& second);
 

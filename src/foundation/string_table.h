@@ -19,4 +19,11 @@ struct string_resource {
 /// code units copied without the terminator; 0 where there is no such resource.
 int load_string(std::uint32_t id, char16_t* target, int room_in_code_units) noexcept;
 
+using string_loader = int (*)(std::uint32_t id, char16_t* target, int room_in_code_units) noexcept;
+/// Replaces where `string::load` takes its texts from, for translated tables and for tests; answers
+/// the old source. Null restores `load_string`.
+string_loader set_string_loader(string_loader loader) noexcept;
+/// The source in use.
+[[nodiscard]] string_loader current_string_loader() noexcept;
+
 } // namespace cw

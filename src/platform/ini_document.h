@@ -1,0 +1,53 @@
+// The text of an INI file, line by line: entries can be read and changed, and everything that is not
+// understood stays where it is. For the settings of machine and user.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cw::platform {
+
+class ini_document {
+public:
+    /// One `name=value` line; `section` is empty before the first `[section]`.
+    struct entry {
+        std::string_view section;
+        std::string_view name;
+        std::string_view value;
+    };
+
+    ini_document() = default;
+    /// Any bytes at all. A byte order mark of UTF-8 is skipped.
+    explicit ini_document(std::string_view bytes);
+
+    /// In the order of the file, blanks around names and values cut off. Valid until a change.
+    [[nodiscard]] std::vector<entry> entries() const;
+    /// The value of the last entry of that name, by exact names.
+    [[nodiscard]] std::optional<std::string> find(std::string_view section, std::string_view name) const;
+    /// Changes the last entry of that name, or adds one at the end of the section.
+    void set(std::string_view section, std::string_view name, std::string_view value);
+    /// Removes every entry of that name; the section's line stays.
+    void remove(std::string_view section, std::string_view name);
+    /// The whole text, each line with its line feed.
+    [[nodiscard]] std::string to_bytes() const;
+
+private:
+    enum class line_kind { other, section, entry };
+    struct line {
+        line_kind kind;
+        std::string text;
+        std::string section; // the section that the line stands in or opens
+        std::string name;
+        std::string value;
+    };
+    [[nodiscard]] std::vector<line>::iterator find_line(std::string_view section, std::string_view name);
+
+    std::vector<line> m_lines;
+};
+
+/// The bytes of a file; nothing where it is not there or cannot be read.
+[[nodiscard]] std::optional<std::string> read_whole_file(const std::string& path);
+
+} // namespace cw::platform
