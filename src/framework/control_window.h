@@ -33,7 +33,9 @@ public:
 protected:
     control_window() = default;
     ~control_window() = default;
-    void notify(std::uint32_t code) const;
+    void notify(std::uint32_t code) const { notify_from(m_control_id, code); }
+    /// For a part with an id of its own, such as a list's header.
+    void notify_from(std::uint32_t control_id, std::uint32_t code) const;
     virtual void style_changed() = 0;
 
 private:

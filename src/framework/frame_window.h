@@ -38,8 +38,26 @@ public:
     bool KeyDown(const key_message& key);
     /// The close handler; the window is destroyed at its end.
     void Close();
-    /// Runs any piece of work under the same boundary.
+    /// Runs any piece of work under the same boundary. Within another entry an exception passes on to
+    /// the outermost one, so that it ends the whole command.
     void Guard(const std::function<void()>& work);
+
+    /// While one lives, entries are outermost ones again: for whoever answers a question of the logic
+    /// in an event loop of its own, through which no exception may pass.
+    class NestedLoop {
+    public:
+        explicit NestedLoop(CXTPFrameWnd& frame) noexcept : m_frame(frame), m_depth(frame.m_depth)
+        {
+            frame.m_depth = 0;
+        }
+        ~NestedLoop() { m_frame.m_depth = m_depth; }
+        NestedLoop(const NestedLoop&) = delete;
+        NestedLoop& operator=(const NestedLoop&) = delete;
+
+    private:
+        CXTPFrameWnd& m_frame;
+        int m_depth;
+    };
 
     /// Gets the one line of an unhandled exception; standard error by default.
     void SetUnhandledSink(std::function<void(std::u16string_view line)> sink);
@@ -79,10 +97,15 @@ protected:
     void SetAccelerators(std::span<const accelerator> table);
 
 private:
+    void report_unhandled() noexcept;
+    void run_idle();
+    void destroy_window();
+
     frame_toolkit& m_toolkit;
     frame_services& m_services;
     bool m_has_window = false;
     int m_depth = 0; // entries from the window that are running
+    bool m_idle_running = false;
     std::u16string m_title;
     std::u16string m_status_text;
     control_window* m_focus = nullptr;

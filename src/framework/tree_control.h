@@ -57,7 +57,8 @@ public:
     /// `images` empty: the item shows the control's default. Answers a null handle for a parent that
     /// no longer lives. Constant time.
     HTREEITEM InsertItem(std::u16string_view text, std::optional<tree_item_images> images, HTREEITEM parent);
-    /// Deletes an item and all below it; no notification, also where the selection goes with it.
+    /// Deletes an item and all below it; no notification, also where the selection goes with it. A
+    /// parent that loses its last child collapses.
     /// False for a handle that does not live.
     bool DeleteItem(HTREEITEM item);
     void DeleteAllItems();
@@ -77,11 +78,13 @@ public:
     /// TVE_EXPAND or its reverse. An item without children stays collapsed.
     void Expand(HTREEITEM item, bool expanded = true);
     /// Selects an item, or none for a null handle, and notifies the parent window (TVN_SELCHANGEDW)
-    /// before it returns; selecting what is selected notifies nobody. Ancestors stay as they are.
+    /// before it returns; selecting what is selected notifies nobody. Ancestors stay as they are. A
+    /// handle that does not live changes nothing.
     void SelectItem(HTREEITEM item);
     /// Expands the ancestors and asks the view to scroll there.
     void EnsureVisible(HTREEITEM item);
-    /// Sorts the direct children by text, case ignored, in the user's dictionary order; stable.
+    /// Sorts the direct children (the roots for null) by text, case ignored, in the user's dictionary
+    /// order; stable.
     void SortChildren(HTREEITEM parent);
 
     /// The image list that item images index; the frame keeps it alive. Null before one is set.
@@ -99,7 +102,7 @@ public:
 
 private:
     static constexpr std::uint32_t none = 0;
-    struct item {
+    struct entry {
         std::u16string text;
         std::optional<tree_item_images> images;
         std::uint32_t generation = 1;
@@ -116,15 +119,20 @@ private:
     };
 
     void style_changed() override;
+    void changing();
+    void clear_selection();
     [[nodiscard]] HTREEITEM handle(std::uint32_t index) const noexcept;
-    [[nodiscard]] const item* find(HTREEITEM handle) const noexcept;
-    [[nodiscard]] item* find(HTREEITEM handle) noexcept;
+    /// The entry of a live item, or `none`.
+    [[nodiscard]] std::uint32_t index_of(HTREEITEM item) const noexcept;
+    void unlink(std::uint32_t index);
     void release(std::uint32_t index);
-    const std::vector<std::uint32_t>& rows_of(std::uint32_t index) const;
+    /// Frees one entry; its handle never lives again.
+    void retire(std::uint32_t index);
+    const std::vector<std::uint32_t>& rows_of(std::uint32_t parent) const;
 
     // Index 0 is the invisible parent of the roots. Freed entries raise their generation and are
     // used again, so a stale handle never matches.
-    mutable std::vector<item> m_items;
+    mutable std::vector<entry> m_items;
     std::vector<std::uint32_t> m_free;
     std::size_t m_live_count = 0;
     HTREEITEM m_selected;

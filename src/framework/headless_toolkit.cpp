@@ -1,0 +1,149 @@
+#include "framework/headless_toolkit.h"
+
+#include "framework/control_window.h"
+
+#include <concepts>
+#include <utility>
+
+namespace cw {
+namespace {
+
+std::u16string argument_text(std::u16string_view text)
+{
+    return std::u16string(text);
+}
+
+template <std::integral Number>
+std::u16string argument_text(Number value)
+{
+    const std::string digits = std::to_string(value);
+    return {digits.begin(), digits.end()};
+}
+
+} // namespace
+
+template <class... Arguments>
+bool headless_toolkit::record(std::u16string_view operation, const Arguments&... arguments)
+{
+    std::u16string line(operation);
+    ((line += u' ', line += argument_text(arguments)), ...);
+    m_calls.push_back(std::move(line));
+    return !m_failing.contains(operation);
+}
+
+std::u16string_view headless_toolkit::status_text(std::size_t pane) const noexcept
+{
+    return pane < m_status_texts.size() ? std::u16string_view(m_status_texts[pane]) : std::u16string_view{};
+}
+
+bool headless_toolkit::create_window(const frame_create_parameters& parameters)
+{
+    m_parameters = parameters;
+    m_has_window = record(u"create_window", parameters.resource_id, parameters.style, parameters.class_name,
+                          parameters.class_style, parameters.icon_id);
+    return m_has_window;
+}
+
+void headless_toolkit::destroy_window()
+{
+    record(u"destroy_window");
+    m_has_window = false;
+    m_focus = nullptr;
+}
+
+void headless_toolkit::set_title(std::u16string_view title)
+{
+    record(u"set_title", title);
+    m_title = title;
+}
+
+void headless_toolkit::show_window(int show_command)
+{
+    record(u"show_window", show_command);
+}
+
+void headless_toolkit::update_window()
+{
+    record(u"update_window");
+}
+
+void headless_toolkit::set_focus(control_window& control)
+{
+    record(u"set_focus", control.control_id());
+    m_focus = &control;
+}
+
+bool headless_toolkit::create_splitter(int rows, int columns, std::uint32_t style, std::uint32_t control_id)
+{
+    return record(u"create_splitter", rows, columns, style, control_id);
+}
+
+bool headless_toolkit::create_tree_view(int row, int column, int width, int height, CTreeCtrl&)
+{
+    return record(u"create_tree_view", row, column, width, height);
+}
+
+bool headless_toolkit::create_list_view(int row, int column, int width, int height, CListCtrl&)
+{
+    return record(u"create_list_view", row, column, width, height);
+}
+
+void headless_toolkit::destroy_splitter()
+{
+    record(u"destroy_splitter");
+}
+
+bool headless_toolkit::create_status_bar(std::uint32_t style, std::uint32_t control_id)
+{
+    return record(u"create_status_bar", style, control_id);
+}
+
+void headless_toolkit::add_status_indicator(std::uint32_t id, int index)
+{
+    record(u"add_status_indicator", id, index);
+}
+
+void headless_toolkit::set_status_text(int pane, std::u16string_view text)
+{
+    record(u"set_status_text", pane, text);
+    if (pane < 0)
+        return;
+    const auto place = static_cast<std::size_t>(pane);
+    if (place >= m_status_texts.size())
+        m_status_texts.resize(place + 1);
+    m_status_texts[place] = text;
+}
+
+bool headless_toolkit::init_command_bars()
+{
+    return record(u"init_command_bars");
+}
+
+bool headless_toolkit::set_menu(std::u16string_view title, std::span<const menu_item> menu)
+{
+    m_menu = menu;
+    return record(u"set_menu", title);
+}
+
+void headless_toolkit::set_theme(int theme)
+{
+    record(u"set_theme", theme);
+}
+
+void headless_toolkit::set_accelerators(std::span<const accelerator> table)
+{
+    record(u"set_accelerators", table.size());
+    m_accelerators = table;
+}
+
+void headless_toolkit::load_command_bars(std::u16string_view name)
+{
+    record(u"load_command_bars", name);
+}
+
+void headless_toolkit::save_command_bars(std::u16string_view name)
+{
+    record(u"save_command_bars", name);
+}
+
+} // namespace cw

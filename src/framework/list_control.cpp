@@ -1,0 +1,241 @@
+#include "framework/list_control.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <numeric>
+#include <stdexcept>
+
+namespace cw {
+namespace {
+
+/// Makes room for `added` more elements. Grown by a quarter at a time, so that storage stays close to
+/// what it holds; appending is still constant time on average.
+template <class T>
+void make_room(std::vector<T>& storage, std::size_t added)
+{
+    constexpr std::size_t smallest_growth = 16;
+    const std::size_t needed = storage.size() + added;
+    if (needed > storage.capacity())
+        storage.reserve(std::max(needed, storage.capacity() + storage.capacity() / 4 + smallest_growth));
+}
+
+template <class T>
+std::size_t size_in_bytes(const std::vector<T>& storage) noexcept
+{
+    return storage.capacity() * sizeof(T);
+}
+
+} // namespace
+
+void CListCtrl::style_changed()
+{
+    if (m_observer)
+        m_observer->list_style_changed();
+}
+
+void CListCtrl::changing()
+{
+    if (m_observer)
+        m_observer->list_changing();
+}
+
+CListCtrl::cell CListCtrl::store_text(std::u16string_view text)
+{
+    if (text.size() >> length_bits != 0 || m_texts.size() >> start_bits != 0)
+        throw std::length_error("a list's texts are too long");
+    constexpr std::uint64_t start_mask = (std::uint64_t{1} << start_bits) - 1;
+    constexpr std::uint64_t length_mask = (std::uint64_t{1} << length_bits) - 1;
+    const std::size_t start = m_texts.size();
+    // The text may be that of another cell, whose place moves when the buffer grows.
+    const std::less<const char16_t*> before;
+    const char16_t* own = m_texts.data();
+    const bool is_own = !before(text.data(), own) && before(text.data(), own + start);
+    const std::ptrdiff_t own_offset = is_own ? text.data() - own : 0;
+    make_room(m_texts, text.size());
+    m_texts.resize(start + text.size());
+    std::copy_n(is_own ? m_texts.data() + own_offset : text.data(), text.size(), m_texts.data() + start);
+    return {start & start_mask, text.size() & length_mask};
+}
+
+void CListCtrl::drop_text(const cell& dropped)
+{
+    m_unused_units += dropped.length;
+}
+
+/// Closes the gaps once they are an eighth of what is used.
+void CListCtrl::compact()
+{
+    constexpr std::size_t worth_the_work = 1024;
+    const std::size_t used = m_texts.size() - m_unused_units;
+    if (m_unused_units < worth_the_work || m_unused_units < used / 8)
+        return;
+    std::vector<char16_t> packed;
+    packed.reserve(used + used / 8);
+    constexpr std::uint64_t start_mask = (std::uint64_t{1} << start_bits) - 1;
+    for (cell& kept : m_cells) {
+        const auto first = m_texts.begin() + static_cast<std::ptrdiff_t>(kept.start);
+        kept.start = packed.size() & start_mask;
+        packed.insert(packed.end(), first, first + static_cast<std::ptrdiff_t>(kept.length));
+    }
+    m_texts = std::move(packed);
+    m_unused_units = 0;
+}
+
+void CListCtrl::InsertColumn(std::size_t index, std::u16string_view label, int width_in_pixels)
+{
+    changing();
+    const std::size_t before = m_columns.size();
+    index = std::min(index, before);
+    m_columns.insert(m_columns.begin() + static_cast<std::ptrdiff_t>(index), {std::u16string(label), width_in_pixels});
+    if (m_row_count == 0)
+        return;
+    std::vector<cell> widened;
+    widened.reserve(m_row_count * m_columns.size());
+    for (std::size_t row = 0; row < m_row_count; ++row) {
+        const auto first = m_cells.begin() + static_cast<std::ptrdiff_t>(row * before);
+        const auto gap = first + static_cast<std::ptrdiff_t>(index);
+        widened.insert(widened.end(), first, gap);
+        widened.push_back({});
+        widened.insert(widened.end(), gap, first + static_cast<std::ptrdiff_t>(before));
+    }
+    m_cells = std::move(widened);
+}
+
+bool CListCtrl::DeleteColumn(std::size_t index)
+{
+    const std::size_t before = m_columns.size();
+    if (index >= before)
+        return false;
+    changing();
+    m_columns.erase(m_columns.begin() + static_cast<std::ptrdiff_t>(index));
+    std::vector<cell> narrowed;
+    narrowed.reserve(m_row_count * m_columns.size());
+    for (std::size_t place = 0; place < m_cells.size(); ++place)
+        if (place % before == index)
+            drop_text(m_cells[place]);
+        else
+            narrowed.push_back(m_cells[place]);
+    m_cells = std::move(narrowed);
+    compact();
+    return true;
+}
+
+std::size_t CListCtrl::InsertItem(std::size_t row, std::u16string_view text, std::optional<int> image)
+{
+    changing();
+    row = std::min(row, m_row_count);
+    if (image && m_images.empty()) {
+        make_room(m_images, m_row_count + 1);
+        m_images.assign(m_row_count, no_image);
+    }
+    if (!m_columns.empty()) {
+        const cell first = store_text(text);
+        make_room(m_cells, m_columns.size());
+        const auto place = m_cells.begin() + static_cast<std::ptrdiff_t>(row * m_columns.size());
+        *m_cells.insert(place, m_columns.size(), cell{}) = first;
+    }
+    if (image || !m_images.empty()) {
+        make_room(m_images, 1);
+        m_images.insert(m_images.begin() + static_cast<std::ptrdiff_t>(row), image.value_or(no_image));
+    }
+    ++m_row_count;
+    if (m_selected_row != no_row && row <= m_selected_row)
+        ++m_selected_row;
+    return row;
+}
+
+bool CListCtrl::SetItemText(std::size_t row, std::size_t column, std::u16string_view text)
+{
+    if (row >= m_row_count || column >= m_columns.size())
+        return false;
+    changing();
+    const std::size_t place = row * m_columns.size() + column;
+    const cell stored = store_text(text);
+    drop_text(m_cells[place]);
+    m_cells[place] = stored;
+    compact();
+    return true;
+}
+
+std::u16string_view CListCtrl::GetItemText(std::size_t row, std::size_t column) const noexcept
+{
+    if (row >= m_row_count || column >= m_columns.size())
+        return {};
+    const cell& found = m_cells[row * m_columns.size() + column];
+    return {m_texts.data() + found.start, found.length};
+}
+
+std::optional<int> CListCtrl::GetItemImage(std::size_t row) const noexcept
+{
+    if (row >= m_images.size() || m_images[row] == no_image)
+        return {};
+    return m_images[row];
+}
+
+void CListCtrl::DeleteAllItems()
+{
+    changing();
+    // The memory of a long list goes with it.
+    m_texts = {};
+    m_unused_units = 0;
+    m_cells = {};
+    m_images = {};
+    m_row_count = 0;
+    SelectRow(no_row);
+}
+
+void CListCtrl::SelectRow(std::size_t row)
+{
+    if (row == m_selected_row || (row != no_row && row >= m_row_count))
+        return;
+    m_selected_row = row;
+    if (m_observer)
+        m_observer->list_selection_changed();
+}
+
+void CListCtrl::SetSmallImages(const image_list* images)
+{
+    if (images == m_small_images)
+        return;
+    m_small_images = images;
+    if (m_observer)
+        m_observer->list_images_changed();
+}
+
+void CListCtrl::SortItems(const std::function<int(std::size_t, std::size_t)>& compare)
+{
+    std::vector<std::size_t> order(m_row_count);
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::ranges::stable_sort(order, [&](std::size_t a, std::size_t b) { return compare(a, b) < 0; });
+
+    changing();
+    std::vector<cell> cells;
+    cells.reserve(m_cells.size());
+    std::vector<std::int32_t> images;
+    images.reserve(m_images.size());
+    for (const std::size_t row : order) {
+        const auto first = m_cells.begin() + static_cast<std::ptrdiff_t>(row * m_columns.size());
+        cells.insert(cells.end(), first, first + static_cast<std::ptrdiff_t>(m_columns.size()));
+        if (!m_images.empty())
+            images.push_back(m_images[row]);
+    }
+    m_cells = std::move(cells);
+    m_images = std::move(images);
+    if (m_selected_row != no_row)
+        m_selected_row = static_cast<std::size_t>(std::ranges::find(order, m_selected_row) - order.begin());
+}
+
+std::size_t CListCtrl::storage_in_bytes() const noexcept
+{
+    return size_in_bytes(m_texts) + size_in_bytes(m_cells) + size_in_bytes(m_images);
+}
+
+void CListCtrl::ClickHeader(std::size_t column)
+{
+    constexpr std::uint32_t header_control_id = 0;
+    m_clicked_column = column;
+    notify_from(header_control_id, HDN_ITEMCLICKW);
+}
+
+} // namespace cw
