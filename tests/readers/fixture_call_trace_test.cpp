@@ -128,6 +128,8 @@ TEST_F(FixtureCallTrace, FailsTheCallThatItCannotWrite)
     const outcome opened = open_path(write(model_with_trace("/dev/full")));
     EXPECT_EQ(opened.result, E_FAIL);
     EXPECT_NE(opened.description.find(u"trace"), std::u16string::npos);
+    EXPECT_EQ(last_error(media_error::Number).value.lVal, 31);
+    EXPECT_EQ(last_error(media_error::Description).text(), opened.description);
 }
 
 } // namespace
