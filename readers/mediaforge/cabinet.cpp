@@ -1,0 +1,193 @@
+#include "readers/mediaforge/cabinet.h"
+
+#include "readers/mediaforge/cabinet_system.h"
+#include "readers/mediaforge/text.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <new>
+#include <utility>
+
+namespace cw::mediaforge {
+namespace {
+
+constexpr int decompression_buffer_in_bytes = 64 * 1024;
+// A set that names its own members again and again must come to an end.
+constexpr std::size_t most_cabinets_of_a_set = 1000;
+
+std::u16string_view reason_of(int code)
+{
+    switch (code) {
+    case MSPACK_ERR_OPEN:
+        return u"it cannot be opened";
+    case MSPACK_ERR_READ:
+    case MSPACK_ERR_SEEK:
+        return u"it ends too early or cannot be read";
+    case MSPACK_ERR_SIGNATURE:
+        return u"it is not a cabinet";
+    case MSPACK_ERR_CHECKSUM:
+        return u"a checksum does not match";
+    case MSPACK_ERR_DECRUNCH:
+        return u"its data cannot be unpacked";
+    default:
+        return u"its tables make no sense";
+    }
+}
+
+/// Neighbours are named inside the cabinet; only a plain file name is followed.
+bool is_plain_name(std::string_view name)
+{
+    return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string_view::npos;
+}
+
+} // namespace
+
+bool is_cabinet(formats::byte_view first_bytes) noexcept
+{
+    constexpr std::uint8_t magic[] = {'M', 'S', 'C', 'F'};
+    return first_bytes.size() >= sizeof magic && std::equal(std::begin(magic), std::end(magic), first_bytes.begin());
+}
+
+std::string folder_of(const std::string& path)
+{
+    const std::size_t separator = path.rfind('/');
+    if (separator == std::string::npos)
+        return ".";
+    return path.substr(0, std::max<std::size_t>(separator, 1));
+}
+
+std::string file_name_of(const std::string& path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+std::string find_file(const std::string& folder, const std::string& name)
+{
+    const std::string exact = folder + "/" + name;
+    struct stat status;
+    if (::stat(exact.c_str(), &status) == 0)
+        return exact;
+    std::error_code ignored;
+    std::string best;
+    for (std::filesystem::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
+         entry.increment(ignored)) {
+        const std::string candidate = entry->path().filename().string();
+        // The order of a folder is accidental; the choice among spellings is not.
+        if (equal_ignoring_ascii_case(candidate, name) && (best.empty() || candidate < best))
+            best = candidate;
+    }
+    return best.empty() ? best : folder + "/" + best;
+}
+
+file_stamp stamp_of(const std::string& path) noexcept
+{
+    struct stat status;
+    if (::stat(path.c_str(), &status) != 0)
+        return {};
+    return {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
+            std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
+}
+
+cabinet::cabinet(const std::string& path) : m_system(std::make_unique<cabinet_system>())
+{
+    m_decompressor = mspack_create_cab_decompressor(m_system.get());
+    if (!m_decompressor)
+        throw std::bad_alloc();
+    m_decompressor->set_param(m_decompressor, MSCABD_PARAM_DECOMPBUF, decompression_buffer_in_bytes);
+    try {
+        m_cabinet = open_one(path);
+        m_stamp = stamp_of(path);
+        if (m_cabinet->length > m_stamp.size_in_bytes)
+            throw cabinet_error{u"it is cut short"};
+        collect_entries();
+    } catch (...) {
+        if (m_cabinet)
+            m_decompressor->close(m_decompressor, m_cabinet);
+        mspack_destroy_cab_decompressor(m_decompressor);
+        throw;
+    }
+}
+
+cabinet::~cabinet()
+{
+    m_decompressor->close(m_decompressor, m_cabinet);
+    mspack_destroy_cab_decompressor(m_decompressor);
+}
+
+mscabd_cabinet* cabinet::open_one(const std::string& path)
+{
+    m_paths.push_back(path);
+    m_system->system_error = 0;
+    mscabd_cabinet* opened = m_decompressor->open(m_decompressor, m_paths.back().c_str());
+    if (opened)
+        return opened;
+    const int code = m_decompressor->last_error(m_decompressor);
+    if (code == MSPACK_ERR_NOMEMORY)
+        throw std::bad_alloc();
+    throw cabinet_error{std::u16string(reason_of(code)), m_system->system_error};
+}
+
+mscabd_cabinet* cabinet::join_next(mscabd_cabinet* end, bool before)
+{
+    const char* name = before ? end->prevname : end->nextname;
+    if (!name)
+        return nullptr;
+    const std::string path = is_plain_name(name) ? find_file(folder_of(m_paths.front()), name) : std::string();
+    const bool followed = std::find(m_paths.begin(), m_paths.end(), path) == m_paths.end();
+    std::u16string_view problem = path.empty() ? u" is not there" : u" does not continue this set";
+    if (!path.empty() && followed && m_paths.size() < most_cabinets_of_a_set) {
+        mscabd_cabinet* other = nullptr;
+        try {
+            other = open_one(path);
+        } catch (const cabinet_error&) {
+            problem = u" cannot be read";
+        }
+        if (other && other->set_id == m_cabinet->set_id &&
+            (before ? m_decompressor->prepend(m_decompressor, end, other)
+                    : m_decompressor->append(m_decompressor, end, other)) == MSPACK_ERR_OK)
+            return other;
+        if (other)
+            m_decompressor->close(m_decompressor, other);
+    }
+    if (!m_missingNeighbour.empty())
+        m_missingNeighbour += u"; ";
+    m_missingNeighbour.append(u"\"").append(to_utf16(name)).append(u"\"").append(problem);
+    return nullptr;
+}
+
+void cabinet::join_neighbours()
+{
+    mscabd_cabinet* last = m_cabinet;
+    while (mscabd_cabinet* other = join_next(m_cabinet, true))
+        m_cabinet = other;
+    while (mscabd_cabinet* other = join_next(last, false))
+        last = other;
+    collect_entries();
+}
+
+void cabinet::collect_entries()
+{
+    m_entries.clear();
+    for (const mscabd_file* file = m_cabinet->files; file; file = file->next)
+        m_entries.push_back(file);
+}
+
+void cabinet::read(std::size_t entry, const byte_sink& sink)
+{
+    m_system->sink = &sink;
+    m_system->failure = nullptr;
+    m_system->system_error = 0;
+    // libmspack does not write to the entries that it hands out as writable.
+    const int code = m_decompressor->extract(m_decompressor, const_cast<mscabd_file*>(m_entries.at(entry)), "");
+    m_system->sink = nullptr;
+    if (m_system->failure)
+        std::rethrow_exception(std::exchange(m_system->failure, nullptr));
+    if (code == MSPACK_ERR_NOMEMORY)
+        throw std::bad_alloc();
+    if (code != MSPACK_ERR_OK)
+        throw cabinet_error{std::u16string(reason_of(code)), m_system->system_error};
+}
+
+} // namespace cw::mediaforge

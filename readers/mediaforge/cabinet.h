@@ -1,0 +1,88 @@
+// One cabinet file, or a set of continued ones, read through libmspack: its entries in their order,
+// and the bytes of each. Used for the volumes of a media and for cabinets without a header.
+#pragma once
+
+#include "formats/sealed.h"
+
+#include <mspack.h>
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cw::mediaforge {
+
+/// Takes the next bytes of an entry; may throw, which ends the reading.
+using byte_sink = std::function<void(formats::byte_view)>;
+
+/// Why a cabinet or an entry cannot be read, in plain words.
+struct cabinet_error {
+    std::u16string reason;
+    int system_error = 0;
+};
+
+/// What tells one state of a file from another.
+struct file_stamp {
+    std::uint64_t device = 0;
+    std::uint64_t node = 0;
+    std::uint64_t size_in_bytes = 0;
+    std::int64_t modified_in_nanoseconds = 0;
+    friend bool operator==(const file_stamp&, const file_stamp&) noexcept = default;
+};
+/// The stamp of the file at a path; all zero where there is none.
+[[nodiscard]] file_stamp stamp_of(const std::string& path) noexcept;
+
+struct cabinet_system;
+
+class cabinet {
+public:
+    /// Opens a cabinet. Throws `cabinet_error`, also for one that is shorter than it says.
+    explicit cabinet(const std::string& path);
+    ~cabinet();
+    cabinet(const cabinet&) = delete;
+    cabinet& operator=(const cabinet&) = delete;
+
+    /// Takes in the cabinets of the same set that lie beside this one, as far as they are there.
+    /// What keeps the set incomplete stands in `missing_neighbour` afterwards.
+    void join_neighbours();
+    [[nodiscard]] const std::u16string& missing_neighbour() const noexcept { return m_missingNeighbour; }
+
+    [[nodiscard]] const std::vector<const mscabd_file*>& entries() const noexcept { return m_entries; }
+    [[nodiscard]] const mscabd_folder* folders() const noexcept { return m_cabinet->folders; }
+    [[nodiscard]] unsigned set_id() const noexcept { return m_cabinet->set_id; }
+    /// Of the cabinet that was opened, without its neighbours.
+    [[nodiscard]] const std::string& path() const noexcept { return m_paths.front(); }
+    [[nodiscard]] const file_stamp& stamp() const noexcept { return m_stamp; }
+
+    /// Hands the bytes of an entry to `sink`. Throws `cabinet_error`, and what the sink throws.
+    /// After a failure the cabinet is in no state to be read from again.
+    void read(std::size_t entry, const byte_sink& sink);
+
+private:
+    mscabd_cabinet* open_one(const std::string& path);
+    mscabd_cabinet* join_next(mscabd_cabinet* end, bool before);
+    void collect_entries();
+
+    std::unique_ptr<cabinet_system> m_system;
+    mscab_decompressor* m_decompressor = nullptr;
+    mscabd_cabinet* m_cabinet = nullptr;
+    std::list<std::string> m_paths; // libmspack keeps pointers to them
+    std::vector<const mscabd_file*> m_entries;
+    file_stamp m_stamp;
+    std::u16string m_missingNeighbour;
+};
+
+/// Whether a file that begins with these bytes is a cabinet.
+[[nodiscard]] bool is_cabinet(formats::byte_view first_bytes) noexcept;
+
+/// The path of a file in `folder` by its name, or by its name in another case where that is the
+/// only way; empty where there is none.
+[[nodiscard]] std::string find_file(const std::string& folder, const std::string& name);
+/// The part of a path before its last separator, "." where it has none, "/" at the root.
+[[nodiscard]] std::string folder_of(const std::string& path);
+[[nodiscard]] std::string file_name_of(const std::string& path);
+
+} // namespace cw::mediaforge

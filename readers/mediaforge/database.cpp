@@ -1,0 +1,243 @@
+#include "readers/mediaforge/database.h"
+
+#include "readers/mediaforge/errors.h"
+#include "readers/mediaforge/text.h"
+
+#include <sodium.h>
+#include <sqlite3.h>
+
+#include <cstdio>
+#include <new>
+#include <utility>
+
+namespace cw::mediaforge {
+namespace {
+
+constexpr int cache_size_in_kibibytes = 16 * 1024;
+constexpr int longest_value_in_bytes = 128 * 1024 * 1024;
+// One keyed look-up takes some dozens of instructions. A statement that has run for this long walks
+// through tables whose keys are not what they should be.
+constexpr int instructions_per_round = 1'000'000;
+constexpr int most_rounds_per_step = 20;
+
+/// Bytes of a path that have a meaning in a URI are written as numbers.
+std::string file_uri(const std::string& path)
+{
+    std::string uri = "file:";
+    for (const char c : path) {
+        if (c == '%' || c == '?' || c == '#') {
+            char number[4];
+            std::snprintf(number, sizeof number, "%%%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+            uri += number;
+        } else {
+            uri += c;
+        }
+    }
+    return uri + "?mode=ro&immutable=1";
+}
+
+} // namespace
+
+statement::statement(database& owner, std::string_view sql) : m_owner(&owner)
+{
+    const int code = sqlite3_prepare_v3(owner.m_handle, sql.data(), static_cast<int>(sql.size()),
+                                        SQLITE_PREPARE_PERSISTENT, &m_statement, nullptr);
+    if (code != SQLITE_OK)
+        owner.fail(code);
+}
+
+statement::statement(statement&& other) noexcept
+    : m_owner(other.m_owner), m_statement(std::exchange(other.m_statement, nullptr))
+{
+}
+
+statement& statement::operator=(statement&& other) noexcept
+{
+    std::swap(m_owner, other.m_owner);
+    std::swap(m_statement, other.m_statement);
+    return *this;
+}
+
+statement::~statement()
+{
+    sqlite3_finalize(m_statement);
+}
+
+void statement::bind(int parameter, std::int64_t value)
+{
+    sqlite3_bind_int64(m_statement, parameter, value);
+}
+
+void statement::bind(int parameter, double value)
+{
+    sqlite3_bind_double(m_statement, parameter, value);
+}
+
+void statement::bind(int parameter, std::string_view text)
+{
+    const int code =
+        sqlite3_bind_text64(m_statement, parameter, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+    if (code != SQLITE_OK)
+        m_owner->fail(code);
+}
+
+void statement::bind_null(int parameter)
+{
+    sqlite3_bind_null(m_statement, parameter);
+}
+
+bool statement::step()
+{
+    m_owner->m_rounds = 0;
+    const int code = sqlite3_step(m_statement);
+    if (code == SQLITE_ROW)
+        return true;
+    if (code == SQLITE_DONE)
+        return false;
+    m_owner->fail(code);
+}
+
+void statement::reset() noexcept
+{
+    // The code repeats that of the last step, which has been dealt with.
+    (void)sqlite3_reset(m_statement);
+}
+
+int statement::type(int column) const noexcept
+{
+    return sqlite3_column_type(m_statement, column);
+}
+
+std::int64_t statement::integer(int column) const noexcept
+{
+    return sqlite3_column_int64(m_statement, column);
+}
+
+double statement::real(int column) const noexcept
+{
+    return sqlite3_column_double(m_statement, column);
+}
+
+std::string_view statement::text(int column) const
+{
+    const unsigned char* bytes = sqlite3_column_text(m_statement, column);
+    if (!bytes) {
+        if (type(column) != SQLITE_NULL)
+            throw std::bad_alloc();
+        return {};
+    }
+    return {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column))};
+}
+
+formats::byte_view statement::blob(int column) const noexcept
+{
+    const void* bytes = sqlite3_column_blob(m_statement, column);
+    return {static_cast<const std::uint8_t*>(bytes),
+            bytes ? static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column)) : 0};
+}
+
+std::unique_ptr<database> database::open_file(const std::string& path)
+{
+    std::unique_ptr<database> opened(new database(path));
+    opened->open(file_uri(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+    opened->begin_reading();
+    return opened;
+}
+
+std::unique_ptr<database> database::open_image(formats::bytes image, const std::string& path)
+{
+    std::unique_ptr<database> opened(new database(path));
+    opened->m_image = std::move(image);
+    opened->open(":memory:", SQLITE_OPEN_READWRITE);
+    const auto size = static_cast<sqlite3_int64>(opened->m_image.size());
+    const int code =
+        sqlite3_deserialize(opened->m_handle, "main", opened->m_image.data(), size, size, SQLITE_DESERIALIZE_READONLY);
+    if (code != SQLITE_OK)
+        opened->fail(code);
+    opened->begin_reading();
+    return opened;
+}
+
+std::unique_ptr<database> database::make_empty(const std::string& path)
+{
+    std::unique_ptr<database> made(new database(path));
+    made->open(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    return made;
+}
+
+database::~database()
+{
+    // Statements are finalized before their database by their owners; close_v2 forgives an order
+    // that an exception mixed up.
+    sqlite3_close_v2(m_handle);
+    if (!m_image.empty())
+        sodium_memzero(m_image.data(), m_image.size());
+}
+
+void database::open(const std::string& name, int flags)
+{
+    // All calls come on the thread that made the factory, so no statement needs a lock.
+    const int code =
+        sqlite3_open_v2(name.c_str(), &m_handle,
+                        flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE, nullptr);
+    if (code != SQLITE_OK)
+        fail(code);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_LENGTH, longest_value_in_bytes);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_ATTACHED, 0);
+    sqlite3_progress_handler(m_handle, instructions_per_round, &count_work, this);
+    // A sort of decrypted rows must not spill into a temporary file.
+    execute("PRAGMA temp_store = MEMORY");
+    execute("PRAGMA mmap_size = 0");
+    execute("PRAGMA cell_size_check = ON");
+    execute(("PRAGMA cache_size = -" + std::to_string(cache_size_in_kibibytes)).c_str());
+}
+
+void database::begin_reading()
+{
+    execute("PRAGMA query_only = ON");
+    // Kept open for the life of the media: each look-up then spares its own locks and checks.
+    execute("BEGIN");
+}
+
+void database::execute(const char* sql)
+{
+    m_rounds = 0;
+    const int code = sqlite3_exec(m_handle, sql, nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK)
+        fail(code);
+}
+
+void database::fail(int code) const
+{
+    const char* message = m_handle ? sqlite3_errmsg(m_handle) : sqlite3_errstr(code);
+    const int system_error = m_handle ? sqlite3_system_errno(m_handle) : 0;
+    switch (code & 0xFF) {
+    case SQLITE_NOMEM:
+        throw std::bad_alloc();
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+        throw media_failure(error_number::access_denied, m_path, {}, system_error);
+    case SQLITE_CANTOPEN:
+        throw media_failure(media_error_of(system_error), m_path, {}, system_error);
+    case SQLITE_IOERR:
+        if (code != SQLITE_IOERR_SHORT_READ)
+            throw media_failure(error_number::read_failed, m_path, {}, system_error);
+        break;
+    case SQLITE_INTERRUPT:
+        throw media_failure(error_number::contradiction, m_path, u"its tables lack the keys that they are read by");
+    default:
+        break;
+    }
+    throw media_failure(error_number::not_a_media, m_path, to_utf16(message));
+}
+
+int database::count_work(void* self) noexcept
+{
+    return ++static_cast<database*>(self)->m_rounds > most_rounds_per_step;
+}
+
+} // namespace cw::mediaforge
