@@ -1,8 +1,8 @@
 #include "platform/ini_document.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
+#include <cstdio>
+#include <memory>
 
 namespace cw::platform {
 
@@ -35,7 +35,7 @@ ini_document::ini_document(std::string_view bytes)
         if (content.starts_with('[') && content.ends_with(']')) {
             parsed.kind = line_kind::section;
             section = trimmed(content.substr(1, content.size() - 2));
-        } else if (equals != std::string_view::npos && equals > 0 && content[0] != ';' && content[0] != '#') {
+        } else if (equals != std::string_view::npos && content[0] != ';' && content[0] != '#') {
             parsed.kind = line_kind::entry;
             parsed.name = trimmed(content.substr(0, equals));
             parsed.value = trimmed(content.substr(equals + 1));
@@ -115,12 +115,15 @@ std::string ini_document::to_bytes() const
 
 std::optional<std::string> read_whole_file(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
+    const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
     if (!file)
         return std::nullopt;
-    std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::string bytes;
+    char block[4096];
+    while (const std::size_t count = std::fread(block, 1, sizeof block, file.get()))
+        bytes.append(block, count);
     // A folder opens, and fails at the first read.
-    if (file.bad())
+    if (std::ferror(file.get()))
         return std::nullopt;
     return bytes;
 }
