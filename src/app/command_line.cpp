@@ -26,8 +26,8 @@ string absolute_path(const std::u16string& name)
     const bool absolute = name.starts_with(u'/') || name.starts_with(u'\\') || (name.size() > 1 && name[1] == u':');
     std::array<char16_t, room> folder{};
     if (absolute || platform::current().files->current_directory(folder.data(), room) == 0)
-        return name;
-    return combine_path(folder.data(), name);
+        return string(name);
+    return combine_path(folder.data(), string(name));
 }
 
 } // namespace

@@ -105,6 +105,9 @@ int CMainFrame::OnCreate()
     frame_toolkit& toolkit = Toolkit();
     if (CXTPFrameWnd::OnCreate() == refused)
         return refused;
+    string title;
+    title.load(IDR_MAINFRAME);
+    SetTitle(title);
     if (!toolkit.create_status_bar(status_bar_style, status_bar_id))
         return refused;
     toolkit.add_status_indicator(0, 0);

@@ -83,6 +83,8 @@ public:
     /// Whether the open log's main feature was read.
     [[nodiscard]] bool HasLog() const noexcept { return static_cast<bool>(m_rootFeatureLog); }
 
+    [[nodiscard]] bool HasLogLoader() const noexcept { return static_cast<bool>(m_logLoader); }
+
     /// Gets the commands that the frame has no entry for; answers whether it took one.
     using command_target = std::function<bool(std::uint32_t id, command_ui* ui)>;
     void SetNextTarget(command_target target) { m_nextTarget = std::move(target); }

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <limits>
+#include <span>
 
 namespace cw {
 namespace {

@@ -1,0 +1,71 @@
+#include "console/headless_application.h"
+
+#include "bridges/log_interface.h"
+#include "bridges/media_interface.h"
+#include "platform/utf8.h"
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace cw::console {
+namespace {
+
+std::u16string library_missing(std::u16string_view library_name)
+{
+    return u"no reader library " + std::u16string(library_name) + u" could be activated";
+}
+
+} // namespace
+
+headless_application::headless_application() : m_application(*this)
+{
+    if (!m_application.InitInstance() || !frame().HasWindow())
+        throw std::runtime_error("the frame could not be made");
+    frame().SetUnhandledSink([this](std::u16string_view line) { m_unhandled.emplace_back(line); });
+}
+
+headless_application::~headless_application()
+{
+    frame().Close();
+    m_application.ExitInstance();
+}
+
+std::optional<std::u16string> headless_application::open(std::u16string_view absolute_path)
+{
+    (void)m_services.take_messages();
+    (void)m_services.take_questions();
+    m_unhandled.clear();
+    bool opened = false;
+    frame().Guard([&] { opened = frame().OpenFile(string(absolute_path)); });
+
+    const auto messages = m_services.take_messages();
+    const auto questions = m_services.take_questions();
+    if (!m_unhandled.empty())
+        return m_unhandled.front();
+    if (!messages.empty())
+        return messages.front().text;
+    if (!questions.empty())
+        return u"a password is needed to open it";
+    // What stays silent in the window is told here, where there is no window to show it.
+    if (!opened)
+        return library_missing(media_library_name);
+    if (!frame().HasMedia() && !frame().HasLog())
+        return frame().HasLogLoader() ? u"the log cannot be read" : library_missing(log_library_name);
+    return {};
+}
+
+std::optional<std::u16string> headless_application::run_command(std::uint32_t id)
+{
+    m_unhandled.clear();
+    frame().RunCommand(id);
+    if (m_unhandled.empty())
+        return {};
+    return m_unhandled.front();
+}
+
+std::u16string absolute_path(const std::string& argument)
+{
+    return platform::path_from_bytes(std::filesystem::absolute(argument).lexically_normal().string());
+}
+
+} // namespace cw::console

@@ -1,0 +1,39 @@
+#include "console/commands.h"
+#include "console/safe_text.h"
+#include "platform/utf8.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+
+namespace cw::console {
+
+int run(int argument_count, const char* const* arguments)
+{
+    CLI::App app("Cratewright Cabinet and Log File Viewer, without a window", "cwcab");
+    app.set_version_flag("--version", "cwcab " CW_VERSION);
+    app.require_subcommand(1);
+    action chosen;
+    add_tree_command(app, chosen);
+    add_build_command(app, chosen);
+    try {
+        app.parse(argument_count, arguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? exit_done : exit_wrong_usage;
+    }
+    try {
+        const int status = chosen();
+        std::cout.flush();
+        if (!std::cout) {
+            std::cerr << "cwcab: standard output cannot be written\n";
+            return exit_failed;
+        }
+        return status;
+    } catch (const std::exception& error) {
+        std::cerr << "cwcab: " << terminal_text(platform::from_utf8(error.what())) << '\n';
+        return exit_failed;
+    }
+}
+
+} // namespace cw::console
