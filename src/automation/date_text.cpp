@@ -176,26 +176,41 @@ std::u16string field_order(std::u16string_view pattern)
     return order;
 }
 
-// The literals of a pattern between its fields, as characters to skip.
-std::u16string separators_of(std::u16string_view pattern)
+// What may stand between the fields: one of the usual characters, beside any of the pattern's own.
+struct separators {
+    std::u16string_view usual;
+    std::u16string own;
+    bool space_suffices;
+};
+
+separators separators_of(std::u16string_view pattern, std::u16string_view usual, bool space_suffices)
 {
-    std::u16string separators = u"/-.";
+    separators found{usual, {}, space_suffices};
     bool quoted = false;
     for (const char16_t c : pattern) {
         if (c == u'\'')
             quoted = !quoted;
-        else if ((quoted || !is_pattern_letter(c)) && !is_space(c) && !is_digit(c))
-            separators += c;
+        else if ((quoted || !is_pattern_letter(c)) && !is_space(c) && usual.find(c) == std::u16string_view::npos)
+            found.own += c;
     }
-    return separators;
+    return found;
 }
 
-bool take_separators(scanner& text, std::u16string_view separators) noexcept
+bool take_separators(scanner& text, const separators& allowed) noexcept
 {
-    bool any = false;
-    while (text.take_spaces() || text.take_one_of(separators))
-        any = true;
-    return any;
+    bool any_space = false;
+    bool any_usual = false;
+    bool any_own = false;
+    for (;;) {
+        if (text.take_spaces())
+            any_space = true;
+        else if (text.take_one_of(allowed.own))
+            any_own = true;
+        else if (!any_usual && text.take_one_of(allowed.usual))
+            any_usual = true;
+        else
+            return any_usual || any_own || (any_space && allowed.space_suffices);
+    }
 }
 
 std::optional<scanner::number> take_month_name(scanner& text, const date_forms& forms)
@@ -212,13 +227,12 @@ bool is_date(const SYSTEMTIME& time) noexcept
     return SystemTimeToVariantTime(&time, &ignored) != 0;
 }
 
-bool take_date(scanner& text, const date_forms& forms, SYSTEMTIME& time)
+bool take_date(scanner& text, const date_forms& forms, const separators& between, SYSTEMTIME& time)
 {
-    const std::u16string separators = separators_of(forms.date);
     std::u16string order = field_order(forms.date);
     scanner::number fields[3];
     for (std::size_t i = 0; i < std::size(fields); ++i) {
-        if (i > 0 && !take_separators(text, separators))
+        if (i > 0 && !take_separators(text, between))
             return false;
         auto field = text.at_digit() ? text.take_number() : take_month_name(text, forms);
         if (!field)
@@ -226,7 +240,8 @@ bool take_date(scanner& text, const date_forms& forms, SYSTEMTIME& time)
         fields[i] = *field;
     }
     // A year in front tells the order by itself, whatever the locale's is.
-    if (fields[0].digits > 2)
+    const bool year_in_front = fields[0].digits > 2;
+    if (year_in_front)
         order = u"yMd";
     WORD year = 0;
     for (std::size_t i = 0; i < order.size(); ++i) {
@@ -238,7 +253,7 @@ bool take_date(scanner& text, const date_forms& forms, SYSTEMTIME& time)
     }
     time.wYear = year;
     // What no month can be is a day: the writer had the other order in mind.
-    if (!is_date(time))
+    if (!is_date(time) && !year_in_front)
         std::swap(time.wMonth, time.wDay);
     return is_date(time);
 }
@@ -259,6 +274,7 @@ bool take_time(scanner& text, const date_forms& forms, SYSTEMTIME& time)
     // Some locales write the half of the day in front.
     half_day half = take_half_day(text, forms);
     text.take_spaces();
+    const separators between = separators_of(forms.time, u":", false);
     unsigned fields[3]{};
     std::size_t count = 0;
     while (count < std::size(fields)) {
@@ -266,12 +282,13 @@ bool take_time(scanner& text, const date_forms& forms, SYSTEMTIME& time)
         if (!field || field->digits > 2)
             return false;
         fields[count++] = field->value;
-        if (!text.take_one_of(u":."))
+        if (!take_separators(text, between))
+            break;
+        if (count >= 2 && !text.at_digit())
             break;
     }
     if (count < 2)
         return false;
-    text.take_spaces();
     if (half == half_day::none)
         half = take_half_day(text, forms);
     if (half != half_day::none) {
@@ -316,9 +333,10 @@ std::optional<DATE> date_from_text(std::u16string_view text, const date_forms& f
 
     time = day_zero;
     scanner rest = start;
-    if (!take_date(rest, forms, time))
+    const separators between = separators_of(forms.date, u"/-.", true);
+    if (!take_date(rest, forms, between, time))
         return std::nullopt;
-    const bool separated = take_separators(rest, separators_of(forms.date));
+    const bool separated = take_separators(rest, between);
     if (!rest.at_end() && !((separated || rest.take_one_of(u"T")) && take_time(rest, forms, time)))
         return std::nullopt;
     return SystemTimeToVariantTime(&time, &date) ? std::optional{date} : std::nullopt;

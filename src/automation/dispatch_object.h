@@ -173,24 +173,25 @@ constexpr unsigned required_count(std::index_sequence<I...>)
     return count;
 }
 
-template <auto Function>
-void call_member(void* object, const call_arguments& arguments, VARIANT& result)
+template <auto Function, std::size_t... I>
+void call_with([[maybe_unused]] const call_arguments& arguments, void* object, [[maybe_unused]] VARIANT& result,
+               std::index_sequence<I...>)
 {
     using shape = signature<decltype(Function)>;
     using tuple = typename shape::arguments;
     auto& self = *static_cast<typename shape::object*>(object);
-    [&]<std::size_t... I>(std::index_sequence<I...>)
-    {
-        auto run = [&]() -> decltype(auto) {
-            return (self.*
-                    Function)(argument<std::tuple_element_t<I, tuple>>::get(arguments, static_cast<unsigned>(I))...);
-        };
-        if constexpr (std::is_void_v<typename shape::result>)
-            run();
-        else
-            store(result, run());
-    }
-    (std::make_index_sequence<std::tuple_size_v<tuple>>{});
+    if constexpr (std::is_void_v<typename shape::result>)
+        (self.*Function)(argument<std::tuple_element_t<I, tuple>>::get(arguments, static_cast<unsigned>(I))...);
+    else
+        store(result,
+              (self.*Function)(argument<std::tuple_element_t<I, tuple>>::get(arguments, static_cast<unsigned>(I))...));
+}
+
+template <auto Function>
+void call_member(void* object, const call_arguments& arguments, VARIANT& result)
+{
+    using tuple = typename signature<decltype(Function)>::arguments;
+    call_with<Function>(arguments, object, result, std::make_index_sequence<std::tuple_size_v<tuple>>{});
 }
 
 template <auto Function>

@@ -92,7 +92,9 @@ public:
         const unsigned last = static_cast<unsigned>(m_digits % 10);
         // A tie that only looks like one must not be rounded to the even side.
         const bool nudge = m_dropped && (last == 0 || last == 5);
-        return {negative, m_digits + nudge, m_digits == 0 ? 0 : m_exponent + exponent};
+        const std::int64_t sum = std::int64_t{m_exponent} + exponent;
+        const auto bounded = static_cast<int>(std::clamp<std::int64_t>(sum, -largest_exponent, largest_exponent));
+        return {negative, m_digits + nudge, m_digits == 0 ? 0 : bounded};
     }
 
 private:

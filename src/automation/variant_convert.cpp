@@ -54,7 +54,7 @@ const integer_range* find_integer_range(VARTYPE type) noexcept
 }
 
 // What a source comes down to before the target is made from it.
-using number = std::variant<exact_number, double>;
+using number = std::variant<exact_number, float, double>;
 
 std::u16string_view view_of(const VARIANT& text) noexcept
 {
@@ -105,7 +105,7 @@ std::optional<number> number_of(const VARIANT& source) noexcept
             return *value;
         return std::nullopt;
     case VT_R4:
-        return static_cast<double>(source.fltVal);
+        return source.fltVal;
     case VT_R8:
         return source.dblVal;
     case VT_DATE:
@@ -150,18 +150,25 @@ HRESULT store_integer(const exact_number& value, const integer_range& range, VAR
     return S_OK;
 }
 
+// The value of an alternative other than the exact number.
+double wide(const number& value) noexcept
+{
+    const auto* narrow = std::get_if<float>(&value);
+    return narrow ? static_cast<double>(*narrow) : std::get<double>(value);
+}
+
 HRESULT to_integer(const number& value, const integer_range& range, VARIANT& target) noexcept
 {
     if (const auto* exact = std::get_if<exact_number>(&value))
         return store_integer(*exact, range, target);
-    const auto whole = integer_of(std::get<double>(value));
+    const auto whole = integer_of(wide(value));
     return whole ? store_integer(*whole, range, target) : DISP_E_OVERFLOW;
 }
 
 std::optional<double> real_of(const number& value) noexcept
 {
     const auto* exact = std::get_if<exact_number>(&value);
-    return exact ? to_double(*exact) : std::get<double>(value);
+    return exact ? to_double(*exact) : wide(value);
 }
 
 HRESULT to_real_4(const number& value, VARIANT& target) noexcept
@@ -169,8 +176,8 @@ HRESULT to_real_4(const number& value, VARIANT& target) noexcept
     std::optional<float> real;
     if (const auto* exact = std::get_if<exact_number>(&value))
         real = to_float(*exact);
-    else if (const double wide = std::get<double>(value); !(std::fabs(wide) > std::numeric_limits<float>::max()))
-        real = static_cast<float>(wide);
+    else if (!(std::fabs(wide(value)) > std::numeric_limits<float>::max()))
+        real = static_cast<float>(wide(value));
     if (!real)
         return DISP_E_OVERFLOW;
     target.fltVal = *real;
@@ -200,7 +207,7 @@ HRESULT to_currency(const number& value, VARIANT& target) noexcept
     std::optional<std::int64_t> ten_thousandths;
     if (const auto* exact = std::get_if<exact_number>(&value))
         ten_thousandths = to_signed(*exact, 4);
-    else if (const auto whole = integer_of(std::get<double>(value) * 10000))
+    else if (const auto whole = integer_of(wide(value) * 10000))
         ten_thousandths = to_signed(*whole);
     if (!ten_thousandths)
         return DISP_E_OVERFLOW;
@@ -208,24 +215,28 @@ HRESULT to_currency(const number& value, VARIANT& target) noexcept
     return S_OK;
 }
 
+std::u16string text_of_number(const number& value, const number_forms& forms)
+{
+    return std::visit([&](const auto& digits) { return text_of(digits, forms); }, value);
+}
+
 HRESULT to_decimal_value(const number& value, VARIANT& target)
 {
-    std::optional<exact_number> digits;
-    if (const auto* exact = std::get_if<exact_number>(&value))
-        digits = *exact;
-    else // as many digits as a real has: its binary tail is noise in a decimal
-        digits = number_from_text(text_of(std::get<double>(value), {}), {});
+    // Of a real as many digits as its text has: its binary tail is noise in a decimal.
+    const auto* exact = std::get_if<exact_number>(&value);
+    const auto digits = exact ? *exact : number_from_text(text_of_number(value, {}), {});
     const auto decimal = digits ? to_decimal(*digits) : std::nullopt;
     if (!decimal)
         return DISP_E_OVERFLOW;
     target.decVal = *decimal;
+    target.vt = VT_DECIMAL; // which the decimal has covered
     return S_OK;
 }
 
 bool is_zero(const number& value) noexcept
 {
     const auto* exact = std::get_if<exact_number>(&value);
-    return exact ? exact->digits == 0 : std::get<double>(value) == 0;
+    return exact ? exact->digits == 0 : wide(value) == 0;
 }
 
 HRESULT number_to(const number& value, VARTYPE type, VARIANT& target)
@@ -279,14 +290,11 @@ HRESULT to_text(const VARIANT& source, LCID locale, WORD flags, VARIANT& target)
         text = *date;
     } else if (source.vt == VT_BOOL && (flags & (VARIANT_ALPHABOOL | VARIANT_LOCALBOOL))) {
         text = source.boolVal == VARIANT_FALSE ? false_texts[0] : true_texts[0];
-    } else if (source.vt == VT_R4) {
-        text = text_of(source.fltVal, number_forms_of(locale));
     } else if (source.vt != VT_EMPTY) {
         const auto value = number_of(source);
         if (!value)
             return DISP_E_TYPEMISMATCH;
-        const number_forms& forms = number_forms_of(locale);
-        text = std::visit([&](const auto& digits) { return text_of(digits, forms); }, *value);
+        text = text_of_number(*value, number_forms_of(locale));
     }
     target.bstrVal = bstr(text).detach();
     return target.bstrVal ? S_OK : E_OUTOFMEMORY;
@@ -352,9 +360,7 @@ HRESULT convert(const VARIANT& source, LCID locale, WORD flags, VARTYPE type, VA
         target.ullVal = range->most;
         return S_OK;
     }
-    const HRESULT result = number_to(*value, type, target);
-    target.vt = type; // a decimal covers it
-    return result;
+    return number_to(*value, type, target);
 }
 
 } // namespace
@@ -372,10 +378,13 @@ HRESULT VariantChangeTypeEx(VARIANT* target, const VARIANT* source, LCID locale,
         return DISP_E_BADVARTYPE;
     try {
         variant followed;
-        if (const HRESULT result = VariantCopyInd(&followed, source); FAILED(result))
-            return result;
+        if (source->vt & VT_BYREF) {
+            if (const HRESULT result = VariantCopyInd(&followed, source); FAILED(result))
+                return result;
+            source = &followed;
+        }
         VARIANT made{};
-        if (const HRESULT result = convert(followed, locale, flags, type, made, 0); FAILED(result))
+        if (const HRESULT result = convert(*source, locale, flags, type, made, 0); FAILED(result))
             return result;
         if (const HRESULT result = VariantClear(target); FAILED(result)) {
             VariantClear(&made);
