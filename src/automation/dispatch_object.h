@@ -119,6 +119,13 @@ inline void store(VARIANT& result, const std::u16string& text)
 {
     store(result, std::u16string_view(text));
 }
+inline void store(VARIANT& result, const char16_t* text)
+{
+    store(result, std::u16string_view(text ? text : u""));
+}
+// Any other pointer would become a boolean.
+template <class T>
+void store(VARIANT& result, T* pointer) = delete;
 CW_AUTOMATION_API void store(VARIANT& result, bstr&& text) noexcept;
 CW_AUTOMATION_API void store(VARIANT& result, std::int16_t value) noexcept;
 CW_AUTOMATION_API void store(VARIANT& result, std::int32_t value) noexcept;

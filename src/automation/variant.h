@@ -5,6 +5,7 @@
 #include "automation/safearray.h"
 #include "automation/unknown.h"
 
+#include <concepts>
 #include <string_view>
 #include <utility>
 
@@ -138,7 +139,9 @@ public:
         vt = VT_I4;
         lVal = value;
     }
-    explicit variant(bool value) noexcept : variant()
+    // A template, because a pointer to a text would otherwise rather become a boolean than a text.
+    template <std::same_as<bool> T>
+    explicit variant(T value) noexcept : variant()
     {
         vt = VT_BOOL;
         boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
