@@ -25,6 +25,7 @@ public:
 
     friend bool operator==(const CString& a, const CString& b) noexcept { return a.m_text == b.m_text; }
     friend bool operator==(const CString& a, std::u16string_view b) noexcept { return a.m_text == b; }
+    friend bool operator==(const CString& a, const char16_t* b) noexcept { return a.m_text == b; }
 
 private:
     std::u16string m_text;

@@ -21,6 +21,12 @@ void make_room(std::vector<T>& storage, std::size_t added)
 }
 
 template <class T>
+void give_back(std::vector<T>& storage) noexcept
+{
+    std::vector<T>().swap(storage);
+}
+
+template <class T>
 std::size_t size_in_bytes(const std::vector<T>& storage) noexcept
 {
     return storage.capacity() * sizeof(T);
@@ -177,10 +183,10 @@ void CListCtrl::DeleteAllItems()
 {
     changing();
     // The memory of a long list goes with it.
-    m_texts = {};
+    give_back(m_texts);
+    give_back(m_cells);
+    give_back(m_images);
     m_unused_units = 0;
-    m_cells = {};
-    m_images = {};
     m_row_count = 0;
     SelectRow(no_row);
 }
