@@ -196,6 +196,19 @@ separators separators_of(std::u16string_view pattern, std::u16string_view usual,
     return found;
 }
 
+std::u16string_view after_last_field(std::u16string_view pattern)
+{
+    bool quoted = false;
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        if (pattern[i] == u'\'')
+            quoted = !quoted;
+        else if (!quoted && is_pattern_letter(pattern[i]))
+            end = i + 1;
+    }
+    return pattern.substr(end);
+}
+
 bool take_separators(scanner& text, const separators& allowed) noexcept
 {
     bool any_space = false;
@@ -336,7 +349,8 @@ std::optional<DATE> date_from_text(std::u16string_view text, const date_forms& f
     const separators between = separators_of(forms.date, u"/-.", true);
     if (!take_date(rest, forms, between, time))
         return std::nullopt;
-    const bool separated = take_separators(rest, between);
+    // After the last field come the pattern's own literals alone, such as a word for "year".
+    const bool separated = take_separators(rest, separators_of(after_last_field(forms.date), u"", true));
     if (!rest.at_end() && !((separated || rest.take_one_of(u"T")) && take_time(rest, forms, time)))
         return std::nullopt;
     return SystemTimeToVariantTime(&time, &date) ? std::optional{date} : std::nullopt;

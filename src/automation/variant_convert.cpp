@@ -115,20 +115,20 @@ std::optional<number> number_of(const VARIANT& source) noexcept
     }
 }
 
-double rounded_half_to_even(double value) noexcept
+long double rounded_half_to_even(long double value) noexcept
 {
-    const double below = std::floor(value);
-    const double above_half = value - below - 0.5;
-    if (above_half < 0 || (above_half == 0 && std::fmod(below, 2.0) == 0))
+    const long double below = std::floor(value);
+    const long double above_half = value - below - 0.5L;
+    if (above_half < 0 || (above_half == 0 && std::fmod(below, 2.0L) == 0))
         return below;
     return below + 1;
 }
 
 // An integer as it is, which every integer type's range can be compared with; null past 64 bits.
-std::optional<exact_number> integer_of(double value) noexcept
+std::optional<exact_number> integer_of(long double value) noexcept
 {
-    constexpr double limit = 18446744073709551616.0; // 2^64
-    const double whole = rounded_half_to_even(value);
+    constexpr long double limit = 18446744073709551616.0L; // 2^64
+    const long double whole = rounded_half_to_even(value);
     if (!(std::fabs(whole) < limit))
         return std::nullopt;
     return exact_number{whole < 0, static_cast<std::uint64_t>(std::fabs(whole)), 0};
@@ -207,7 +207,7 @@ HRESULT to_currency(const number& value, VARIANT& target) noexcept
     std::optional<std::int64_t> ten_thousandths;
     if (const auto* exact = std::get_if<exact_number>(&value))
         ten_thousandths = to_signed(*exact, 4);
-    else if (const auto whole = integer_of(wide(value) * 10000))
+    else if (const auto whole = integer_of(wide(value) * 10000.0L))
         ten_thousandths = to_signed(*whole);
     if (!ten_thousandths)
         return DISP_E_OVERFLOW;
