@@ -1,10 +1,21 @@
 #include "automation/dispatch_object.h"
 
+#include <new>
+
 namespace cw::automation {
 
 com_ptr<IClassFactory> class_factory::make(creator create)
 {
     return com_ptr<IClassFactory>::adopt(new class_factory(create));
+}
+
+HRESULT class_factory::hand_out(creator create, REFIID iid, void** object) noexcept
+{
+    if (!object)
+        return E_POINTER;
+    *object = nullptr;
+    const auto factory = com_ptr<IClassFactory>::adopt(new (std::nothrow) class_factory(create));
+    return factory ? factory->QueryInterface(iid, object) : E_OUTOFMEMORY;
 }
 
 HRESULT class_factory::QueryInterface(REFIID iid, void** object) noexcept

@@ -284,10 +284,12 @@ half_day take_half_day(scanner& text, const date_forms& forms)
 
 bool take_time(scanner& text, const date_forms& forms, SYSTEMTIME& time)
 {
-    // Some locales write the half of the day in front.
-    half_day half = take_half_day(text, forms);
-    text.take_spaces();
     const separators between = separators_of(forms.time, u":", false);
+    const separators in_front{u"", between.own, true};
+    take_separators(text, in_front);
+    // Some locales write the half of the day first.
+    half_day half = take_half_day(text, forms);
+    take_separators(text, in_front);
     unsigned fields[3]{};
     std::size_t count = 0;
     while (count < std::size(fields)) {

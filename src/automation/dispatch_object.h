@@ -271,6 +271,9 @@ class CW_AUTOMATION_API class_factory final : public IClassFactory {
 public:
     using creator = com_ptr<IUnknown> (*)();
     [[nodiscard]] static com_ptr<IClassFactory> make(creator create);
+    /// Stores the interface `iid` of a new factory in `*object`: all that `DllGetClassObject` has to
+    /// do for a class that it knows. E_NOINTERFACE, E_POINTER, E_OUTOFMEMORY.
+    static HRESULT hand_out(creator create, REFIID iid, void** object) noexcept;
 
     HRESULT QueryInterface(REFIID iid, void** object) noexcept override;
     ULONG AddRef() noexcept override;

@@ -65,6 +65,18 @@ TEST(ClassFactory, TurnsWhatACreatorThrowsIntoAResult)
     SetErrorInfo(0, nullptr);
 }
 
+TEST(ClassFactory, IsHandedOutByInterface)
+{
+    com_ptr<IClassFactory> factory;
+    ASSERT_EQ(class_factory::hand_out(create_shared, IID_IClassFactory, factory.put_void()), S_OK);
+    EXPECT_EQ(factory->AddRef(), 2u);
+    EXPECT_EQ(factory->Release(), 1u);
+    void* object = this;
+    EXPECT_EQ(class_factory::hand_out(create_shared, IID_IDispatch, &object), E_NOINTERFACE);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(class_factory::hand_out(create_shared, IID_IClassFactory, nullptr), E_POINTER);
+}
+
 TEST(ClassFactory, AnswersItsInterfaces)
 {
     const auto factory = class_factory::make(create_shared);

@@ -23,6 +23,6 @@ public:
 
 CW_LIBRARY_EXPORT HRESULT DllGetClassObject(REFCLSID, REFIID iid, void** object)
 {
-    return class_factory::make([] { return com_ptr<IUnknown>(com_ptr<IDispatch>(make_object<greeter>())); })
-        ->QueryInterface(iid, object);
+    return class_factory::hand_out([] { return com_ptr<IUnknown>(com_ptr<IDispatch>(make_object<greeter>())); }, iid,
+                                   object);
 }
