@@ -1,0 +1,116 @@
+#include "desktop/frame_menus.h"
+
+#include "app/menus.h"
+#include "desktop/qt_text.h"
+#include "desktop/virtual_keys.h"
+#include "framework/recent_file_list.h"
+
+#include <QAction>
+#include <QDir>
+#include <QMenu>
+#include <QMenuBar>
+
+#include <array>
+
+namespace cw {
+namespace {
+
+// Keys that the frame's message filter answers itself stand in no accelerator table.
+constexpr auto filtered_keys = std::to_array<accelerator>({{u'O', true, false, false, ID_FILE_OPEN}});
+
+bool is_recent_files_placeholder(std::span<const menu_item> table)
+{
+    return table.size() == 1 && table.front().id == ID_FILE_MRU_FIRST;
+}
+
+} // namespace
+
+QString recent_file_label(std::size_t index, std::u16string_view name)
+{
+    constexpr std::size_t mnemonic_count = 10;
+    const std::size_t number = index + 1;
+    QString label = QString::number(number);
+    if (number <= mnemonic_count)
+        label.insert(label.size() - 1, u'&');
+    return label + u' ' + to_qt(name).replace(u'&', QStringLiteral("&&"));
+}
+
+void frame_menus::fill(QMenuBar& bar, std::span<const menu_item> table)
+{
+    for (const menu_item& item : table)
+        fill(*bar.addMenu(to_qt(item.text)), item.popup);
+}
+
+void frame_menus::fill(QMenu& popup, std::span<const menu_item> table)
+{
+    for (const menu_item& item : table)
+        add(popup, item);
+    QObject::connect(&popup, &QMenu::aboutToShow, &popup, [this, &popup, table] { refresh(popup, table); });
+}
+
+void frame_menus::add(QMenu& popup, const menu_item& item)
+{
+    if (item.is_separator())
+        popup.addSeparator();
+    else if (item.is_popup())
+        fill(*popup.addMenu(to_qt(item.text)), item.popup);
+    else
+        add_command(popup, to_qt(item.text), item.id, !item.disabled_in_resource);
+}
+
+QAction* frame_menus::add_command(QMenu& popup, const QString& text, std::uint32_t id, bool enabled)
+{
+    QAction* action = popup.addAction(text);
+    action->setData(id);
+    action->setEnabled(enabled);
+    action->setMenuRole(QAction::NoRole);
+    QObject::connect(action, &QAction::triggered, action, [this, id] { m_commands.run(id); });
+    return action;
+}
+
+void frame_menus::refresh(QMenu& popup, std::span<const menu_item> table)
+{
+    if (m_recent_files && is_recent_files_placeholder(table))
+        refill_recent_files(popup, table.front());
+    for (QAction* action : popup.actions()) {
+        const std::uint32_t id = action->data().toUInt();
+        if (id == 0)
+            continue;
+        // A key behind a tab is shown beside the text; the frame itself answers the key.
+        const QString key = key_text(id);
+        if (!key.isEmpty())
+            action->setText(action->text().section(u'\t', 0, 0) + u'\t' + key);
+        const command_ui state = m_commands.update(id);
+        if (const std::optional<bool> enabled = state.enabled())
+            action->setEnabled(*enabled);
+        if (const std::optional<bool> checked = state.checked()) {
+            action->setCheckable(true);
+            action->setChecked(*checked);
+        }
+    }
+}
+
+void frame_menus::refill_recent_files(QMenu& popup, const menu_item& placeholder)
+{
+    popup.clear();
+    const std::u16string folder = from_qt(QDir::currentPath());
+    CString name;
+    for (std::size_t index = 0; index < m_recent_files->GetSize(); ++index) {
+        if (!m_recent_files->GetDisplayName(name, index, folder.c_str(), folder.size(), true))
+            break;
+        add_command(popup, recent_file_label(index, name), ID_FILE_MRU_FIRST + static_cast<std::uint32_t>(index), true);
+    }
+    if (popup.isEmpty())
+        add_command(popup, to_qt(placeholder.text), 0, false);
+}
+
+QString frame_menus::key_text(std::uint32_t id) const
+{
+    for (const std::span<const accelerator> table : {m_accelerators, std::span<const accelerator>(filtered_keys)})
+        for (const accelerator& key : table)
+            if (key.command_id == id)
+                return accelerator_text(key);
+    return {};
+}
+
+} // namespace cw

@@ -1,0 +1,64 @@
+// The top-level window: menu bar, splitter with the panes, status bar. It tells the toolkit about
+// the keys, the focus and the wish to close; all else is set from outside.
+#pragma once
+
+#include "framework/commands.h"
+
+#include <QLabel>
+#include <QMainWindow>
+
+#include <functional>
+#include <vector>
+
+class QSplitter;
+
+namespace cw {
+
+/// What happens in the window that is not an action of a menu or a pane.
+struct window_events {
+    std::function<void()> close_wanted;
+    /// True where the key was an accelerator: nobody else gets it then.
+    std::function<bool(const key_message& key)> key_pressed;
+    /// The widget that has the focus now, always one of this window.
+    std::function<void(QWidget* widget)> focus_moved;
+};
+
+/// One line of text that never widens the window: a path that is too long loses its middle.
+class elided_label final : public QLabel {
+public:
+    explicit elided_label(QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+class main_window final : public QMainWindow {
+public:
+    explicit main_window(window_events events);
+    ~main_window() override;
+
+    /// Makes the client area: panes side by side. The last takes what the others leave.
+    void make_splitter();
+    void remove_splitter();
+    /// Puts a pane into a column of the splitter.
+    void add_pane(QWidget& pane, int column, int width_in_pixels);
+
+    void make_status_bar();
+    /// Appends a pane to the status bar.
+    void add_status_pane();
+    void set_status_text(int pane, const QString& text);
+    [[nodiscard]] QString status_text(int pane) const;
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    window_events m_events;
+    QSplitter* m_splitter = nullptr;
+    int m_first_pane_width_in_pixels = 0;
+    std::vector<elided_label*> m_status_panes;
+};
+
+} // namespace cw

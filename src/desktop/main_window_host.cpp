@@ -1,0 +1,63 @@
+#include "desktop/main_window_host.h"
+
+#include "desktop/dialogs.h"
+#include "desktop/qt_text.h"
+
+#include <QApplication>
+
+#include <cstdio>
+
+namespace cw {
+
+main_window_host::main_window_host(std::vector<std::u16string> arguments) : m_arguments(std::move(arguments)) {}
+
+// The platform has no counterpart of the next four: Qt brings all of it up with the application.
+
+void main_window_host::enable_control_container(void*) {}
+
+bool main_window_host::ole_init()
+{
+    return true;
+}
+
+bool main_window_host::init_common_controls(std::uint32_t, std::uint32_t)
+{
+    return true;
+}
+
+bool main_window_host::base_init_instance()
+{
+    return true;
+}
+
+void main_window_host::set_registry_key(std::u16string_view company)
+{
+    m_installed.reset();
+    m_settings.emplace(to_qt(company), application_title());
+    platform::services with_settings = platform::current();
+    with_settings.user = &*m_settings;
+    m_installed.emplace(with_settings);
+}
+
+std::unique_ptr<CMainFrame> main_window_host::create_frame(CRecentFileList& recent_files)
+{
+    std::unique_ptr<CMainFrame> frame = application_host::create_frame(recent_files);
+    if (frame)
+        m_toolkit.attach(*frame, &recent_files);
+    return frame;
+}
+
+int run_window(main_window_host& host)
+{
+    CCwCabVu3App app(host);
+    if (!app.InitInstance())
+        return 1;
+    if (!app.MainWindow()->HasWindow()) {
+        std::fputs("cwcabview: the window could not be made\n", stderr);
+        return 1;
+    }
+    QApplication::exec();
+    return app.ExitInstance();
+}
+
+} // namespace cw

@@ -1,0 +1,153 @@
+#include "desktop/qt_services.h"
+
+#include "desktop/busy_cursor.h"
+#include "desktop/dialogs.h"
+#include "desktop/name_filters.h"
+#include "desktop/qt_text.h"
+#include "desktop/qt_toolkit.h"
+
+#include <QClipboard>
+#include <QCursor>
+#include <QDesktopServices>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QMessageBox>
+#include <QUrl>
+
+namespace cw {
+namespace {
+
+// Separates the help file from the topic in it.
+constexpr QLatin1String topic_separator("::");
+
+} // namespace
+
+QWidget* qt_services::parent() const
+{
+    return m_toolkit.window();
+}
+
+QString qt_services::run_file_dialog(QFileDialog& dialog)
+{
+    dialog.setOption(QFileDialog::DontUseNativeDialog, !m_native_dialogs);
+    if (!m_last_folder.isEmpty())
+        dialog.setDirectory(m_last_folder);
+    const busy_pause pause;
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return {};
+    const QString path = dialog.selectedFiles().front();
+    m_last_folder = QFileInfo(path).absolutePath();
+    return path;
+}
+
+std::optional<std::u16string> qt_services::choose_file_to_open(const open_question& question)
+{
+    if (m_unattended)
+        return std::nullopt;
+    QFileDialog dialog(parent(), QStringLiteral("Open"));
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.setNameFilters(name_filters(question.filter));
+    const QString path = run_file_dialog(dialog);
+    return path.isEmpty() ? std::nullopt : std::optional(from_qt(path));
+}
+
+std::optional<save_answer> qt_services::choose_file_to_save(const save_question& question)
+{
+    if (m_unattended)
+        return std::nullopt;
+    QFileDialog dialog(parent(), QStringLiteral("Save As"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.setOption(QFileDialog::DontConfirmOverwrite, !question.overwrite_prompt);
+    const QStringList filters = name_filters(question.filter);
+    if (!filters.isEmpty())
+        dialog.setNameFilters(filters);
+    dialog.setDefaultSuffix(to_qt(question.default_extension));
+    if (!m_last_folder.isEmpty())
+        dialog.setDirectory(m_last_folder);
+    // A proposed name is a name: it must not lead into another folder.
+    dialog.selectFile(QFileInfo(to_qt(question.proposed_name)).fileName());
+    const QString path = run_file_dialog(dialog);
+    if (path.isEmpty())
+        return std::nullopt;
+    const QFileInfo file(path);
+    return save_answer{from_qt(file.absolutePath()), from_qt(file.fileName()), from_qt(file.absoluteFilePath())};
+}
+
+std::optional<std::u16string> qt_services::ask_password(const password_question& question)
+{
+    if (m_unattended)
+        return std::nullopt;
+    const busy_pause pause;
+    password_dialog dialog(to_qt(question.path), to_qt(question.refusal), parent());
+    return dialog.exec() == QDialog::Accepted ? std::optional(from_qt(dialog.password())) : std::nullopt;
+}
+
+std::optional<std::u16string> qt_services::ask_find_text(const find_question& question)
+{
+    if (m_unattended)
+        return std::nullopt;
+    const busy_pause pause;
+    find_dialog dialog(to_qt(question.initial_text), parent());
+    return dialog.exec() == QDialog::Accepted ? std::optional(from_qt(dialog.text())) : std::nullopt;
+}
+
+void qt_services::show_message(std::u16string_view text, message_icon icon)
+{
+    if (m_unattended)
+        return m_unattended(to_qt(text));
+    const busy_pause pause;
+    QMessageBox box(icon == message_icon::error ? QMessageBox::Critical : QMessageBox::NoIcon, application_title(),
+                    to_qt(text), QMessageBox::Ok, parent());
+    box.setTextFormat(Qt::PlainText);
+    box.exec();
+}
+
+void qt_services::show_about()
+{
+    if (m_unattended)
+        return;
+    const busy_pause pause;
+    about_dialog(parent()).exec();
+}
+
+void qt_services::show_context_menu(std::span<const menu_item> items)
+{
+    if (m_unattended)
+        return;
+    // The command runs when the menu has gone: what it throws must not pass through the menu's loop.
+    std::uint32_t chosen = 0;
+    {
+        const busy_pause pause;
+        frame_menus menus({[this](std::uint32_t id) { return m_toolkit.command_state(id); },
+                           [&chosen](std::uint32_t id) { chosen = id; }});
+        QMenu menu(parent());
+        menus.fill(menu, items);
+        const list_pane* list = m_toolkit.list();
+        const std::optional<QPoint> from_keyboard = list ? list->keyboard_menu_position() : std::nullopt;
+        menu.exec(from_keyboard.value_or(QCursor::pos()));
+    }
+    if (chosen != 0)
+        m_toolkit.run_command(chosen);
+}
+
+void qt_services::put_on_clipboard(std::u16string_view text)
+{
+    QGuiApplication::clipboard()->setText(to_qt(text));
+}
+
+void qt_services::open_with_desktop(std::u16string_view path)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(to_qt(path)));
+}
+
+void qt_services::show_help(std::u16string_view topic_path)
+{
+    const QString path = to_qt(topic_path);
+    const qsizetype end_of_file = path.indexOf(topic_separator);
+    QDesktopServices::openUrl(QUrl::fromLocalFile(end_of_file < 0 ? path : path.left(end_of_file)));
+}
+
+} // namespace cw
