@@ -49,7 +49,8 @@ string describe_system_error(const char16_t* kind, const win32_exception& error,
     head.format(u"%s %u", kind, error.code);
     if (path)
         head += std::u16string(u", ") + std::u16string(on_one_line(*path).view());
-    return with_text(head, string(reinterpret_cast<const char16_t*>(error.what())));
+    // Not its `what`: a text formed in this copy would be given up when another copy is the last to go.
+    return with_text(head, error.code ? system_text(error.code) : string());
 }
 
 } // namespace
