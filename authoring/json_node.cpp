@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace cw::authoring {
@@ -14,62 +14,98 @@ namespace {
 using nlohmann::json;
 constexpr std::size_t deepest_nesting = 1000;
 
-/// Follows the parser through the text to find what the finished value no longer shows.
-class key_watch {
+/// Builds the value while the library reads the text, and refuses what a finished value would no
+/// longer show.
+class builder final : public nlohmann::json_sax<json> {
 public:
-    bool operator()(json::parse_event_t event, json& parsed)
+    explicit builder(const std::string& text) : m_text(text) {}
+
+    json root;
+
+    bool null() override { return add(nullptr); }
+    bool boolean(bool value) override { return add(value); }
+    bool number_integer(number_integer_t value) override { return add(value); }
+    bool number_unsigned(number_unsigned_t value) override { return add(value); }
+    bool number_float(number_float_t value, const string_t&) override { return add(value); }
+    bool string(string_t& value) override { return add(std::move(value)); }
+    bool binary(binary_t&) override { return false; }
+    bool start_object(std::size_t) override { return open(json::object()); }
+    bool start_array(std::size_t) override { return open(json::array()); }
+    bool end_object() override { return close(); }
+    bool end_array() override { return close(); }
+
+    bool key(string_t& name) override
     {
-        switch (event) {
-        case json::parse_event_t::object_start:
-        case json::parse_event_t::array_start:
-            begin_value();
-            m_levels.push_back({event == json::parse_event_t::array_start, 0, {}, {}});
-            if (m_levels.size() > deepest_nesting)
-                throw error("manifest: nested deeper than " + std::to_string(deepest_nesting) + " levels");
-            break;
-        case json::parse_event_t::object_end:
-        case json::parse_event_t::array_end:
-            m_levels.pop_back();
-            break;
-        case json::parse_event_t::key: {
-            level& top = m_levels.back();
-            top.key = parsed.get_ref<const std::string&>();
-            if (!top.keys.insert(top.key).second)
-                throw error(manifest_complaint(path(), "the key stands twice"));
-            break;
-        }
-        case json::parse_event_t::value:
-            begin_value();
-            break;
-        }
+        level& top = m_levels.back();
+        top.key = std::move(name);
+        if (top.value->contains(top.key))
+            throw error(manifest_complaint(path(), "the key stands twice"));
         return true;
+    }
+
+    bool parse_error(std::size_t position, const std::string&, const json::exception& failure) override
+    {
+        constexpr int number_overflow = 406;
+        if (failure.id == number_overflow)
+            throw error(manifest_complaint(path(), "a number is out of range"));
+        const std::size_t end = std::min(m_text.size(), position > 0 ? position - 1 : 0);
+        const auto line_breaks = std::count(m_text.begin(), m_text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
+        const std::size_t line_start = end == 0 ? std::string::npos : m_text.rfind('\n', end - 1);
+        const std::size_t column = end - (line_start == std::string::npos ? 0 : line_start + 1);
+        throw error("manifest: line " + std::to_string(line_breaks + 1) + ", column " + std::to_string(column + 1) +
+                    ": not valid JSON");
     }
 
 private:
     struct level {
-        bool is_array;
-        std::size_t count;
-        std::string key;
-        std::unordered_set<std::string> keys;
+        json* value;
+        std::string key; // the one that was read last
     };
 
-    void begin_value()
+    /// Where the value that was stored came to lie; it stays there while nothing else is added beside.
+    template <typename Value>
+    json* store(Value&& value)
     {
-        if (!m_levels.empty())
-            ++m_levels.back().count;
+        if (m_levels.empty())
+            return &(root = std::forward<Value>(value));
+        level& top = m_levels.back();
+        if (top.value->is_array())
+            return &top.value->emplace_back(std::forward<Value>(value));
+        return &((*top.value)[top.key] = std::forward<Value>(value));
+    }
+    template <typename Value>
+    bool add(Value&& value)
+    {
+        store(std::forward<Value>(value));
+        return true;
+    }
+    bool open(json&& value)
+    {
+        if (m_levels.size() == deepest_nesting)
+            throw error("manifest: nested deeper than " + std::to_string(deepest_nesting) + " levels");
+        json* const place = store(std::move(value));
+        m_levels.push_back({place, {}});
+        return true;
+    }
+    bool close()
+    {
+        m_levels.pop_back();
+        return true;
     }
     [[nodiscard]] std::string path() const
     {
-        std::string text;
+        std::string place;
         for (const level& item : m_levels) {
-            if (item.is_array)
-                text += "[" + std::to_string(item.count - 1) + "]";
+            // An item that is not finished stands in its list already, but for a single value.
+            if (item.value->is_array())
+                place += "[" + std::to_string(item.value->size() - (&item == &m_levels.back() ? 0 : 1)) + "]";
             else
-                text += (text.empty() ? "" : ".") + item.key;
+                place += (place.empty() ? "" : ".") + item.key;
         }
-        return text;
+        return place;
     }
 
+    const std::string& m_text;
     std::vector<level> m_levels;
 };
 
@@ -91,19 +127,9 @@ std::string manifest_complaint(const std::string& path, const std::string& messa
 
 json parse_manifest_text(const std::string& text)
 {
-    try {
-        key_watch watch;
-        return json::parse(text, [&](int, json::parse_event_t event, json& parsed) { return watch(event, parsed); });
-    } catch (const json::parse_error& failure) {
-        const std::size_t end = std::min(text.size(), failure.byte > 0 ? failure.byte - 1 : 0);
-        const auto line_breaks = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
-        const std::size_t line_start = end == 0 ? std::string::npos : text.rfind('\n', end - 1);
-        const std::size_t column = end - (line_start == std::string::npos ? 0 : line_start + 1);
-        throw error("manifest: line " + std::to_string(line_breaks + 1) + ", column " + std::to_string(column + 1) +
-                    ": not valid JSON");
-    } catch (const json::exception&) {
-        throw error("manifest: a number is out of range");
-    }
+    builder values(text);
+    json::sax_parse(text, &values);
+    return std::move(values.root);
 }
 
 std::string json_node::path() const

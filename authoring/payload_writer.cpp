@@ -5,6 +5,7 @@
 
 #include <sodium.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <system_error>
@@ -99,14 +100,15 @@ void payload_writer::read(const source_file& file, const piece_visitor& visit)
         return;
     }
     input_file source(file.path);
-    std::uint64_t done = 0;
+    std::uint64_t left = file.size_in_bytes;
     bool last = false;
     while (!last) {
-        const std::size_t count = source.read(m_buffer);
-        done += count;
-        // A piece that is not full is the last one, and so is a full one at the known end.
-        last = count < m_buffer.size() || done >= file.size_in_bytes;
-        if (done > file.size_in_bytes || (last && done != file.size_in_bytes))
+        const std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>(m_buffer.size(), left));
+        const std::size_t count = source.read({m_buffer.data(), wanted});
+        left -= count;
+        last = left == 0;
+        std::uint8_t beyond = 0;
+        if (count != wanted || (last && source.read({&beyond, 1}) != 0))
             throw error("the file was changed while it was read: " + file.path);
         visit({m_buffer.data(), count}, last);
     }
