@@ -21,7 +21,7 @@ constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
 struct stored_part {
     std::int64_t volume;
     std::int64_t entry;
-    std::int64_t size_in_bytes;
+    std::optional<std::int64_t> size_in_bytes; // as stored; not told of a file that has one entry
 };
 
 struct stored_file {
@@ -46,22 +46,18 @@ stored_file read_row(header_rows& queries, std::int64_t component, std::int64_t 
         row.contradict(u"a signature is not 16 bytes");
     file.signature.assign(signature.begin(), signature.end());
     if (!row.is_null(7)) {
-        file.parts.push_back({row.natural(7, largest), row.natural(8, largest), file.size_in_bytes});
+        file.parts.push_back({row.natural(7, largest), row.natural(8, largest), {}});
         return file;
     }
     row_cursor& part = queries[rows::file_part];
     part.rewind({component, position});
-    std::int64_t rest = file.size_in_bytes;
     while (part.next()) {
         if (part.integer(0) != static_cast<std::int64_t>(file.parts.size()))
             part.contradict(u"the parts of \"" + to_utf16(file.name) + u"\" have a gap");
-        file.parts.push_back({part.natural(1, largest), part.natural(2, largest), part.natural(3, rest)});
-        rest -= file.parts.back().size_in_bytes;
+        file.parts.push_back({part.natural(1, largest), part.natural(2, largest), part.natural(3, largest)});
     }
-    if (file.parts.empty() && rest != 0)
+    if (file.parts.empty())
         throw media_failure(error_number::no_content, file.name);
-    if (rest != 0)
-        part.contradict(u"the parts of \"" + to_utf16(file.name) + u"\" do not make up its size");
     return file;
 }
 
@@ -86,21 +82,39 @@ std::optional<std::time_t> file_time(double date)
     throw media_failure(error_number::content_differs, file.name, why);
 }
 
-/// Reads one part in clear; `take` gets its pieces.
-void read_part(volumes& source, const stored_part& part, formats::byte_view key, const byte_sink& take)
+/// Hands the stored bytes of all parts to `take`.
+void read_parts(const stored_file& file, volumes& source, const byte_sink& take)
+{
+    for (const stored_part& part : file.parts) {
+        std::int64_t done = 0;
+        source.read(part.volume, part.entry, [&](formats::byte_view piece) {
+            done += static_cast<std::int64_t>(piece.size());
+            take(piece);
+        });
+        if (part.size_in_bytes && done != *part.size_in_bytes)
+            differ(file, u"one of its parts has another size");
+    }
+}
+
+/// Hands the clear bytes of a file to `take`. The parts of a sealed file are one sealed stream.
+void read_clear(const stored_file& file, volumes& source, formats::byte_view key, const byte_sink& take)
 {
     if (key.empty()) {
-        source.read(part.volume, part.entry, take);
+        read_parts(file, source, take);
         return;
     }
     formats::payload_opener opener(key);
     formats::bytes clear;
-    source.read(part.volume, part.entry, [&](formats::byte_view piece) {
-        clear.clear();
-        opener.add(piece, clear);
-        take(clear);
-    });
-    opener.finish();
+    try {
+        read_parts(file, source, [&](formats::byte_view piece) {
+            clear.clear();
+            opener.add(piece, clear);
+            take(clear);
+        });
+        opener.finish();
+    } catch (const formats::damaged_seal& error) {
+        differ(file, to_utf16(error.what()));
+    }
 }
 
 } // namespace
@@ -117,23 +131,17 @@ void extract_file(header_rows& queries, volumes& source, std::int64_t component,
 
     target_file out(target);
     formats::md5 signature;
-    for (const stored_part& part : file.parts) {
-        std::int64_t rest = part.size_in_bytes;
-        try {
-            read_part(source, part, key, [&](formats::byte_view piece) {
-                // Whatever comes too much is never written.
-                if (piece.size() > static_cast<std::uint64_t>(rest))
-                    differ(file, u"it is longer");
-                rest -= static_cast<std::int64_t>(piece.size());
-                signature.add(piece);
-                out.write(piece);
-            });
-        } catch (const formats::damaged_seal& error) {
-            differ(file, to_utf16(error.what()));
-        }
-        if (rest != 0)
-            differ(file, u"it is shorter");
-    }
+    std::int64_t rest = file.size_in_bytes;
+    read_clear(file, source, key, [&](formats::byte_view piece) {
+        // Whatever comes too much is never written.
+        if (piece.size() > static_cast<std::uint64_t>(rest))
+            differ(file, u"it is longer");
+        rest -= static_cast<std::int64_t>(piece.size());
+        signature.add(piece);
+        out.write(piece);
+    });
+    if (rest != 0)
+        differ(file, u"it is shorter");
     const formats::md5_digest digest = signature.finish();
     if (!file.signature.empty() && !std::equal(digest.begin(), digest.end(), file.signature.begin()))
         differ(file, u"the signatures are not the same");
