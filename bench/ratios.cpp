@@ -18,12 +18,13 @@ public:
     {
         for (const Run& run : runs)
             if (run.run_type == Run::RT_Iteration && !run.error_occurred)
-                m_times[run.run_name.function_name].push_back(run.GetAdjustedRealTime() /
+                m_times[run.run_name.function_name].push_back(run.GetAdjustedCPUTime() /
                                                               benchmark::GetTimeUnitMultiplier(run.time_unit));
         ConsoleReporter::ReportRuns(runs);
     }
 
-    /// The median in seconds, negative where the benchmark did not run.
+    /// The median processor time in seconds (other programs of the machine do not show in it), negative where the
+    /// benchmark did not run.
     [[nodiscard]] double median(std::string_view name) const
     {
         const auto found = m_times.find(std::string(name));

@@ -30,6 +30,8 @@ void CMainFrame::AddComponents(HTREEITEM parent, IDispatch* components)
 {
     if (!parent)
         parent = m_treeCtrl.GetRootItem();
+    string files_label;
+    files_label.load(label_files);
     for_each_item(components, [&](std::int32_t, IDispatch* component) {
         const string name = get(component, media_component::Name);
         if (!m_expertMode && contains_any(name, hidden_names))
@@ -38,8 +40,6 @@ void CMainFrame::AddComponents(HTREEITEM parent, IDispatch* components)
         const HTREEITEM item = m_treeCtrl.InsertItem(name, component_images, parent);
         m_navNodes[item] = {NODEKIND_COMPONENT, component};
         const automation::com_ptr<IDispatch> files = get(component, media_component::Files);
-        string files_label;
-        files_label.load(label_files);
         InsertNavNode(item, files_label, {NODEKIND_COMPONENT_FILES, files});
     });
     m_treeCtrl.SortChildren(parent);

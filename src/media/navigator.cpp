@@ -39,35 +39,35 @@ constexpr auto images_by_kind = std::to_array<kind_images>({
 
 /// A text that decides the images whatever the kind says, or of one kind only.
 struct text_images {
-    std::uint32_t label_id; // 0: `text` is a literal
-    const char16_t* text;
+    string text;
     node_kind kind; // negative: any
     tree_item_images images;
 };
 
-// Later rows win over earlier ones.
-constexpr auto images_by_text = std::to_array<text_images>({
-    {label_features, nullptr, NODEKIND_SETUP_TYPE, {11, 11}},
-    {label_desktop, nullptr, -1, {14, 14}},
-    {label_start_menu, nullptr, -1, {15, 15}},
-    {0, u"<Data>", -1, {16, 16}},
-});
+string loaded(std::uint32_t label_id)
+{
+    string label;
+    label.load(label_id);
+    return label;
+}
 
 tree_item_images images_for(node_kind kind, const string& text, bool has_grandparent)
 {
+    // Later rows win over earlier ones. The labels are loaded once: every item passes here.
+    static const std::array<text_images, 4> images_by_text{{
+        {loaded(label_features), NODEKIND_SETUP_TYPE, {11, 11}},
+        {loaded(label_desktop), -1, {14, 14}},
+        {loaded(label_start_menu), -1, {15, 15}},
+        {u"<Data>", -1, {16, 16}},
+    }};
+
     tree_item_images images = default_images;
     for (const kind_images& rule : images_by_kind)
         if (rule.kind == kind && !(rule.first_level_only && has_grandparent))
             images = rule.images;
-    for (const text_images& rule : images_by_text) {
-        if (rule.kind >= 0 && rule.kind != kind)
-            continue;
-        string label(rule.text);
-        if (rule.label_id != 0)
-            label.load(rule.label_id);
-        if (text.equals_no_case(label))
+    for (const text_images& rule : images_by_text)
+        if ((rule.kind < 0 || rule.kind == kind) && text.equals_no_case(rule.text))
             images = rule.images;
-    }
     return images;
 }
 
