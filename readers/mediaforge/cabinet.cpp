@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -40,6 +41,30 @@ std::u16string_view reason_of(int code)
 bool is_plain_name(std::string_view name)
 {
     return !name.empty() && name != "." && name != ".." && name.find_first_of("/\\") == std::string_view::npos;
+}
+
+std::size_t folder_count_of(const mscabd_cabinet* cabinet)
+{
+    std::size_t count = 0;
+    for (const mscabd_folder* folder = cabinet->folders; folder; folder = folder->next)
+        ++count;
+    return count;
+}
+
+mscabd_folder* last_folder(const mscabd_cabinet* cabinet)
+{
+    mscabd_folder* last = cabinet->folders;
+    while (last && last->next)
+        last = last->next;
+    return last;
+}
+
+bool has_file(const mscabd_file* files, const mscabd_folder* folder, const mscabd_file& wanted)
+{
+    for (const mscabd_file* file = files; file; file = file->next)
+        if (file->folder == folder && file->offset == wanted.offset && file->length == wanted.length)
+            return true;
+    return false;
 }
 
 } // namespace
@@ -144,9 +169,7 @@ mscabd_cabinet* cabinet::join_next(mscabd_cabinet* end, bool before)
         } catch (const cabinet_error&) {
             problem = u" cannot be read";
         }
-        if (other && other->set_id == m_cabinet->set_id &&
-            (before ? m_decompressor->prepend(m_decompressor, end, other)
-                    : m_decompressor->append(m_decompressor, end, other)) == MSPACK_ERR_OK)
+        if (other && other->set_id == m_cabinet->set_id && (before ? merge(other, end) : merge(end, other)))
             return other;
         if (other)
             m_decompressor->close(m_decompressor, other);
@@ -155,6 +178,37 @@ mscabd_cabinet* cabinet::join_next(mscabd_cabinet* end, bool before)
         m_missingNeighbour += u"; ";
     m_missingNeighbour.append(u"\"").append(to_utf16(name)).append(u"\"").append(problem);
     return nullptr;
+}
+
+/// Joins two neighbours of a set. Where a folder goes from one into the other, libmspack takes all
+/// files that the right one has in it for those that the left one has too, and drops them; those
+/// that only begin in the right one are kept here.
+bool cabinet::merge(mscabd_cabinet* left, mscabd_cabinet* right)
+{
+    mscabd_folder* left_folder = last_folder(left);
+    const mscabd_folder* right_folder = right->folders;
+    const std::size_t folder_count = folder_count_of(left) + folder_count_of(right);
+    std::list<kept_file> begun;
+    for (const mscabd_file* file = right->files; file; file = file->next)
+        if (file->folder == right_folder)
+            begun.push_back({file->filename, *file});
+    if (m_decompressor->append(m_decompressor, left, right) != MSPACK_ERR_OK)
+        return false;
+    if (folder_count_of(left) == folder_count)
+        return true;
+    for (kept_file& kept : m_kept)
+        if (kept.file.folder == right_folder)
+            kept.file.folder = left_folder;
+    for (auto kept = begun.begin(); kept != begun.end();) {
+        const auto next = std::next(kept);
+        if (!has_file(left->files, left_folder, kept->file)) {
+            kept->file.folder = left_folder;
+            kept->file.filename = kept->name.data();
+            m_kept.splice(m_kept.end(), begun, kept);
+        }
+        kept = next;
+    }
+    return true;
 }
 
 void cabinet::join_neighbours()
@@ -172,6 +226,8 @@ void cabinet::collect_entries()
     m_entries.clear();
     for (const mscabd_file* file = m_cabinet->files; file; file = file->next)
         m_entries.push_back(file);
+    for (const kept_file& kept : m_kept)
+        m_entries.push_back(&kept.file);
 }
 
 void cabinet::read(std::size_t entry, const byte_sink& sink)

@@ -64,12 +64,18 @@ public:
 private:
     mscabd_cabinet* open_one(const std::string& path);
     mscabd_cabinet* join_next(mscabd_cabinet* end, bool before);
+    bool merge(mscabd_cabinet* left, mscabd_cabinet* right);
     void collect_entries();
 
     std::unique_ptr<cabinet_system> m_system;
     mscab_decompressor* m_decompressor = nullptr;
     mscabd_cabinet* m_cabinet = nullptr;
     std::list<std::string> m_paths; // libmspack keeps pointers to them
+    struct kept_file {
+        std::string name;
+        mscabd_file file;
+    };
+    std::list<kept_file> m_kept; // files of the set that libmspack does not keep itself
     std::vector<const mscabd_file*> m_entries;
     file_stamp m_stamp;
     std::u16string m_missingNeighbour;
