@@ -116,7 +116,7 @@ void write_payload(const manifest& plan, payload_writer& payload)
         for (const source_file& file : component.files) {
             try {
                 payload.add(id, name, file);
-            } catch (const error& failure) {
+            } catch (const source_error& failure) {
                 throw error(manifest_complaint("Components[" + std::to_string(id - 1) + "].Files[" +
                                                    std::to_string(file.item) + "]",
                                                failure.what()));

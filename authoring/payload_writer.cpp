@@ -1,6 +1,5 @@
 #include "authoring/payload_writer.h"
 
-#include "authoring/error.h"
 #include "authoring/stored_names.h"
 
 #include <sodium.h>
@@ -48,7 +47,7 @@ public:
 private:
     [[noreturn]] void fail() const
     {
-        throw error("cannot read " + m_path + ": " + std::generic_category().message(errno));
+        throw source_error("cannot read " + m_path + ": " + std::generic_category().message(errno));
     }
 
     const std::string& m_path;
@@ -59,8 +58,8 @@ formats::md5_digest checked_md5(const source_file& file, formats::md5& sum)
 {
     const formats::md5_digest digest = sum.finish();
     if (file.details && file.details->expected_md5 && *file.details->expected_md5 != digest)
-        throw error("Md5Signature: " + formats::md5_text(*file.details->expected_md5) + " given, but " + file.name +
-                    " has " + formats::md5_text(digest));
+        throw source_error("Md5Signature: " + formats::md5_text(*file.details->expected_md5) + " given, but " +
+                           file.name + " has " + formats::md5_text(digest));
     return digest;
 }
 
@@ -109,7 +108,7 @@ void payload_writer::read(const source_file& file, const piece_visitor& visit)
         last = left == 0;
         std::uint8_t beyond = 0;
         if (count != wanted || (last && source.read({&beyond, 1}) != 0))
-            throw error("the file was changed while it was read: " + file.path);
+            throw source_error("the file was changed while it was read: " + file.path);
         visit({m_buffer.data(), count}, last);
     }
 }
@@ -160,7 +159,7 @@ void payload_writer::add_sealed(const source_file& file, file_row& values)
         report_progress(file, piece.size());
     });
     if (second.finish() != digest)
-        throw error("the file was changed while it was read: " + file.path);
+        throw source_error("the file was changed while it was read: " + file.path);
 }
 
 void payload_writer::add(std::int64_t component, const std::string& component_name, const source_file& file)

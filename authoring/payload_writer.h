@@ -3,6 +3,7 @@
 #pragma once
 
 #include "authoring/cabinet_writer.h"
+#include "authoring/error.h"
 #include "authoring/media_writer.h"
 #include "authoring/source_files.h"
 
@@ -17,14 +18,19 @@ namespace cw::authoring {
 using progress_callback =
     std::function<void(std::uint64_t done_in_bytes, std::uint64_t total_in_bytes, const std::string& current_file)>;
 
+/// The fault lies with a file that was to be read, not with what is written.
+class source_error : public error {
+    using error::error;
+};
+
 class payload_writer {
 public:
     /// `media` and `stage` outlive the writer. `progress` may be empty.
     payload_writer(media_writer& media, staged_files& stage, const std::string& name, const cabinet_options& options,
                    std::uint64_t total_in_bytes, progress_callback progress);
 
-    /// Adds the next file of the component. Throws `error`: it cannot be read, it is no longer of
-    /// the size that it had, its MD5 is not the expected one.
+    /// Adds the next file of the component. Throws `source_error` where it cannot be read, is no longer
+    /// of the size that it had, or has another MD5 than expected, and `error` for all else.
     void add(std::int64_t component, const std::string& component_name, const source_file& file);
     /// Writes what is left and the rows of the volumes; their number.
     std::size_t finish();
