@@ -3,6 +3,8 @@
 #include "app/command_line.h"
 #include "app/menus.h"
 
+#include <new>
+
 namespace cw {
 namespace {
 
@@ -21,7 +23,7 @@ constexpr std::size_t recent_longest_display_length = 400;
 
 std::unique_ptr<CMainFrame> application_host::create_frame(CRecentFileList& recent_files)
 {
-    return std::make_unique<CMainFrame>(toolkit(), services(), recent_files);
+    return std::unique_ptr<CMainFrame>(new (std::nothrow) CMainFrame(toolkit(), services(), recent_files));
 }
 
 bool CCwCabVu3App::InitInstance()
@@ -56,6 +58,8 @@ bool CCwCabVu3App::InitInstance()
 
 int CCwCabVu3App::ExitInstance()
 {
+    // The session goes with the frame, before the list is written.
+    m_pMainWnd.reset();
     if (m_pRecentFileList)
         m_pRecentFileList->WriteList();
     return 0;

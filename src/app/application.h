@@ -36,12 +36,12 @@ public:
 
     /// False only where the frame could not be allocated: the process then ends.
     bool InitInstance();
-    /// Writes the recent list back. Call it once after the frame was closed.
+    /// Destroys the frame and writes the recent list back. Call it once after the frame was closed.
     int ExitInstance();
     /// Command 57664, which the frame passes on.
     void OnAppAbout();
 
-    /// Null before `InitInstance`.
+    /// Null before `InitInstance` and after `ExitInstance`.
     [[nodiscard]] CMainFrame* MainWindow() noexcept { return m_pMainWnd.get(); }
     [[nodiscard]] CRecentFileList* RecentFiles() noexcept { return m_pRecentFileList.get(); }
 

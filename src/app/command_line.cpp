@@ -1,6 +1,7 @@
 #include "app/command_line.h"
 
 #include "foundation/string.h"
+#include "platform/path_style.h"
 #include "platform/services.h"
 
 #include <array>
@@ -23,7 +24,8 @@ constexpr auto options = std::to_array<option>({
 string absolute_path(const std::u16string& name)
 {
     constexpr std::uint32_t room = 4096;
-    const bool absolute = name.starts_with(u'/') || name.starts_with(u'\\') || (name.size() > 1 && name[1] == u':');
+    const bool native = path_separator_of(name) != u'\\';
+    const bool absolute = native || name.starts_with(u'\\') || (name.size() > 1 && name[1] == u':');
     std::array<char16_t, room> folder{};
     if (absolute || platform::current().files->current_directory(folder.data(), room) == 0)
         return string(name);

@@ -90,7 +90,7 @@ public:
     void SetNextTarget(command_target target) { m_nextTarget = std::move(target); }
 
 protected:
-    // ---- creation and routing: app/main_frame.cpp, app/command_map.cpp ------------------------
+    // ---- creation and routing: app/main_frame.cpp ---------------------------------------------
     bool PreCreateWindow(frame_create_parameters& parameters) override;
     bool OnCreateClient() override;
     int OnCreate() override;
@@ -104,7 +104,7 @@ private:
     friend struct frame_access; // tests look at members that have no reader
 
     bool OpenLogFile(const string& path);
-    bool OpenMediaFile(const string& path, automation::com_ptr<IDispatch> previous_media);
+    bool OpenMediaFile(const string& path, const automation::com_ptr<IDispatch>& previous_media);
     void ReportOpenError();
     void ClearTreeAndList();
     /// A root item with the text of a string resource and no node.

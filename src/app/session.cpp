@@ -99,7 +99,7 @@ std::int32_t CMainFrame::OpenLog(const string& path)
     return 0;
 }
 
-bool CMainFrame::OpenMediaFile(const string& path, automation::com_ptr<IDispatch> previous_media)
+bool CMainFrame::OpenMediaFile(const string& path, const automation::com_ptr<IDispatch>& previous_media)
 {
     std::int32_t result = OpenMedia(path, string());
     if (result != 0 && m_mediaFactory) {

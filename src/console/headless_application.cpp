@@ -65,7 +65,8 @@ std::optional<std::u16string> headless_application::run_command(std::uint32_t id
 
 std::u16string absolute_path(const std::string& argument)
 {
-    return platform::path_from_bytes(std::filesystem::absolute(argument).lexically_normal().string());
+    // Not made shorter: "link/.." need not be the folder of the link.
+    return platform::path_from_bytes(std::filesystem::absolute(argument).string());
 }
 
 } // namespace cw::console

@@ -12,6 +12,12 @@ namespace {
 constexpr std::size_t line_width = 78;
 constexpr std::chrono::milliseconds interval{100};
 
+/// Of a character that takes two code units.
+constexpr bool is_second_half(char16_t c)
+{
+    return c >= 0xDC00 && c <= 0xDFFF;
+}
+
 } // namespace
 
 progress_line::progress_line() : m_is_shown(isatty(STDERR_FILENO) != 0) {}
@@ -41,8 +47,12 @@ std::string progress_text(std::uint64_t done, std::uint64_t total, std::string_v
     std::snprintf(percent, sizeof percent, "%3d %% ", static_cast<int>(share * 100.0));
     std::u16string name = platform::from_utf8(current);
     const std::size_t room = width > sizeof percent ? width - sizeof percent : 0;
-    if (name.size() > room)
-        name = u"…" + name.substr(name.size() - room);
+    if (name.size() > room) {
+        name.erase(0, name.size() - room);
+        if (!name.empty() && is_second_half(name.front()))
+            name.erase(0, 1);
+        name.insert(0, u"…");
+    }
     return percent + terminal_text(name);
 }
 

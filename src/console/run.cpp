@@ -9,6 +9,20 @@
 
 namespace cw::console {
 
+namespace {
+
+/// What was written may wait in a buffer until here.
+int status_of_output(int status)
+{
+    std::cout.flush();
+    if (std::cout)
+        return status;
+    std::cerr << "cwcab: standard output cannot be written\n";
+    return exit_failed;
+}
+
+} // namespace
+
 int run(int argument_count, const char* const* arguments)
 {
     CLI::App app("Cratewright Cabinet and Log File Viewer, without a window", "cwcab");
@@ -20,16 +34,13 @@ int run(int argument_count, const char* const* arguments)
     try {
         app.parse(argument_count, arguments);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? exit_done : exit_wrong_usage;
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+            return status_of_output(app.exit(error)); // help or version
+        std::cerr << "cwcab: " << terminal_text(platform::from_utf8(error.what())) << " (see cwcab --help)\n";
+        return exit_wrong_usage;
     }
     try {
-        const int status = chosen();
-        std::cout.flush();
-        if (!std::cout) {
-            std::cerr << "cwcab: standard output cannot be written\n";
-            return exit_failed;
-        }
-        return status;
+        return status_of_output(chosen());
     } catch (const std::exception& error) {
         std::cerr << "cwcab: " << terminal_text(platform::from_utf8(error.what())) << '\n';
         return exit_failed;

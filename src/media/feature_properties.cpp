@@ -1,5 +1,6 @@
 // What the list shows for a feature: standard rows, or for an object feature its own properties.
 
+#include "foundation/exceptions.h"
 #include "media/formatting.h"
 #include "media/property_rows.h"
 
@@ -57,9 +58,21 @@ string scalar_text(const VARIANT& value)
     return text;
 }
 
-/// Copies element `index` of the first dimension; further dimensions stay at their lower bounds.
-bool get_element(SAFEARRAY* array, LONG index, void* element)
+/// The array of a value, which may stand behind a reference.
+SAFEARRAY* array_of(const VARIANT& value)
 {
+    if (!(value.vt & VT_BYREF))
+        return value.parray;
+    return value.byref ? *static_cast<SAFEARRAY**>(value.byref) : nullptr;
+}
+
+/// Copies element `index` of the first dimension; further dimensions stay at their lower bounds.
+/// False where the array has elements of another type than its value says.
+bool get_element(SAFEARRAY* array, VARTYPE type, LONG index, void* element)
+{
+    VARTYPE stored_type = VT_EMPTY;
+    if (FAILED(SafeArrayGetVartype(array, &stored_type)) || stored_type != type)
+        return false;
     std::vector<LONG> indices(SafeArrayGetDim(array));
     for (UINT dimension = 1; dimension <= indices.size(); ++dimension)
         if (FAILED(SafeArrayGetLBound(array, dimension, &indices[dimension - 1])))
@@ -74,11 +87,11 @@ void update_element_text(string& text, const VARIANT& value, LONG index)
     automation::variant element;
     switch (value.vt & ~VT_ARRAY) {
     case VT_I4:
-        if (get_element(value.parray, index, &element.lVal))
+        if (get_element(value.parray, VT_I4, index, &element.lVal))
             text = to_text(element.lVal);
         break;
     case VT_BSTR:
-        if (get_element(value.parray, index, &element.bstrVal)) {
+        if (get_element(value.parray, VT_BSTR, index, &element.bstrVal)) {
             element.vt = VT_BSTR;
             text = to_text(element);
         }
@@ -90,9 +103,10 @@ void update_element_text(string& text, const VARIANT& value, LONG index)
 
 std::size_t add_array_rows(CMainFrame& frame, std::size_t row, IDispatch* property, const VARIANT& value)
 {
+    SAFEARRAY* const array = array_of(value);
     LONG lower = 0;
     LONG upper = -1;
-    if (FAILED(SafeArrayGetLBound(value.parray, 1, &lower)) || FAILED(SafeArrayGetUBound(value.parray, 1, &upper)))
+    if (FAILED(SafeArrayGetLBound(array, 1, &lower)) || FAILED(SafeArrayGetUBound(array, 1, &upper)))
         return row;
     string text;
     for (std::int64_t index = lower; index <= upper; ++index) {
@@ -108,7 +122,10 @@ std::size_t add_array_rows(CMainFrame& frame, std::size_t row, IDispatch* proper
 void add_object_properties(CMainFrame& frame, std::size_t row, IDispatch* properties)
 {
     for_each_item(properties, [&](std::int32_t, IDispatch* property) {
-        const automation::variant value = get(property, media_feature_property::Value);
+        automation::variant value;
+        const HRESULT copied = get(property, media_feature_property::Value).copy_to(value);
+        if (FAILED(copied))
+            raise_com_error(copied);
         if (value.vt & VT_ARRAY) {
             row = add_array_rows(frame, row, property, value);
             return;

@@ -70,16 +70,12 @@ TEST(column_sets, have_the_labels_and_widths_of_their_kinds)
                                        {u"Value", 80},
                                        {u"Added Section", 120},
                                        {u"Created File", 80}}));
-    EXPECT_EQ(columns_of(14), (columns{{u"Folder Name", 400},
-                                       {u"Shortcut", 120},
-                                       {u"Permanent", 80},
-                                       {u"Created Directory", 120}}));
+    EXPECT_EQ(columns_of(14),
+              (columns{{u"Folder Name", 400}, {u"Shortcut", 120}, {u"Permanent", 80}, {u"Created Directory", 120}}));
     EXPECT_EQ(columns_of(15), (columns{{u"Operation", 200}, {u"Data", 120}}));
-    EXPECT_EQ(columns_of(16), (columns{{u"Path", 300},
-                                       {u"Filename", 120},
-                                       {u"Assembly Type", 120},
-                                       {u"Shared", 80},
-                                       {u"Com Interop", 120}}));
+    EXPECT_EQ(
+        columns_of(16),
+        (columns{{u"Path", 300}, {u"Filename", 120}, {u"Assembly Type", 120}, {u"Shared", 80}, {u"Com Interop", 120}}));
 }
 
 TEST(column_sets, have_no_entry_for_a_setup_types_feature)

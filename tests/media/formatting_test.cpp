@@ -1,8 +1,15 @@
 #include "media/formatting.h"
 
+#include "bridges/media_interface.h"
+#include "foundation/exceptions.h"
+#include "tests/support/scripted_readers.h"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <ostream>
+#include <string>
+#include <vector>
 
 namespace cw {
 
@@ -81,6 +88,78 @@ TEST(format_language, holds_at_the_limits_of_32_bits)
     EXPECT_EQ(FormatLanguage(u"7FFFFFFF"), u"2147483647");
     EXPECT_EQ(FormatLanguage(u"-80000000"), u"-2147483648");
     EXPECT_EQ(FormatLanguage(u"123456789ABCDEF0123456789"), u"2147483647");
+}
+
+using test_support::answer_object;
+using test_support::scripted_object;
+
+automation::com_ptr<scripted_object> named_object(DISPID name_member, std::u16string name)
+{
+    return scripted_object::make([name_member, name = std::move(name)](DISPID member, const VARIANT*, VARIANT& result) {
+        if (member != name_member)
+            return E_FAIL;
+        result.bstrVal = SysAllocStringLen(name.data(), static_cast<UINT>(name.size()));
+        result.vt = VT_BSTR;
+        return S_OK;
+    });
+}
+
+/// A collection of named objects whose count answers these numbers, the last one again and again.
+automation::com_ptr<scripted_object> collection_of(DISPID name_member, std::vector<std::u16string> names,
+                                                   std::vector<LONG> counts)
+{
+    return scripted_object::make(
+        [=, read = std::size_t{0}](DISPID member, const VARIANT* argument, VARIANT& result) mutable {
+            if (member == media_collection::Item.id) {
+                EXPECT_EQ(argument->vt, VT_I4);
+                const auto object = named_object(name_member, names.at(static_cast<std::size_t>(argument->lVal) - 1));
+                return answer_object(result, object.get());
+            }
+            result.lVal = counts.at(std::min(read++, counts.size() - 1));
+            result.vt = VT_I4;
+            return S_OK;
+        });
+}
+
+string joined_features(std::vector<std::u16string> names)
+{
+    const auto count = static_cast<LONG>(names.size());
+    return JoinFeatureNames(collection_of(media_feature::Name.id, std::move(names), {count}).get());
+}
+
+TEST(join_names, separates_by_comma_and_blank)
+{
+    EXPECT_EQ(joined_features({}), u"");
+    EXPECT_EQ(joined_features({u"A"}), u"A");
+    EXPECT_EQ(joined_features({u"A", u"B", u"C"}), u"A, B, C");
+}
+
+TEST(join_names, appends_behind_an_empty_text_too)
+{
+    EXPECT_EQ(joined_features({u"", u"B"}), u", B");
+    EXPECT_EQ(joined_features({u"", u"", u""}), u", , ");
+}
+
+TEST(join_names, shows_internal_names_as_they_are)
+{
+    EXPECT_EQ(joined_features({u"<Support>", u"<Data>"}), u"<Support>, <Data>");
+}
+
+TEST(join_names, reads_a_components_name_by_its_own_number)
+{
+    EXPECT_EQ(JoinComponentNames(collection_of(media_component::Name.id, {u"A", u"B"}, {2}).get()), u"A, B");
+    EXPECT_THROW((void)JoinComponentNames(collection_of(media_feature::Name.id, {u"A"}, {1}).get()), _com_error);
+}
+
+TEST(join_names, reads_the_count_anew_after_each_item)
+{
+    EXPECT_EQ(JoinFeatureNames(collection_of(media_feature::Name.id, {u"A", u"B", u"C"}, {3, 3, 2}).get()), u"A, B");
+    EXPECT_EQ(JoinFeatureNames(collection_of(media_feature::Name.id, {u"A", u"B", u"C"}, {1, 2, 3}).get()), u"A, B, C");
+}
+
+TEST(join_names, raises_without_a_collection)
+{
+    EXPECT_THROW((void)JoinFeatureNames(nullptr), _com_error);
 }
 
 } // namespace
