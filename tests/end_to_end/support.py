@@ -103,8 +103,10 @@ class WindowTest(FolderTest):
 
     def setUp(self):
         super().setUp()
+        runtime = self.folder / "runtime"
+        runtime.mkdir(mode=0o700)
         self.environment = {**self.display.environment, "XDG_CONFIG_HOME": str(self.folder / "config"),
-                            "HOME": str(self.folder)}
+                            "XDG_RUNTIME_DIR": str(runtime), "HOME": str(self.folder)}
 
     def start(self, *arguments, program=CWCABVIEW):
         """Starts the window; it is ended with the test."""
