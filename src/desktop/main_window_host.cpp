@@ -56,6 +56,11 @@ int run_window(main_window_host& host)
         std::fputs("cwcabview: the window could not be made\n", stderr);
         return 1;
     }
+    // Not at once: the entry that closed the window has still to end.
+    host.window_toolkit().set_destroyed_sink([] {
+        QMetaObject::invokeMethod(
+            qApp, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
+    });
     QApplication::exec();
     return app.ExitInstance();
 }

@@ -1,6 +1,5 @@
 #include "desktop/qt_services.h"
 
-#include "desktop/busy_cursor.h"
 #include "desktop/dialogs.h"
 #include "desktop/name_filters.h"
 #include "desktop/qt_text.h"
@@ -14,6 +13,7 @@
 #include <QGuiApplication>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPointer>
 #include <QUrl>
 
 namespace cw {
@@ -34,7 +34,7 @@ QString qt_services::run_file_dialog(QFileDialog& dialog)
     dialog.setOption(QFileDialog::DontUseNativeDialog, !m_native_dialogs);
     if (!m_last_folder.isEmpty())
         dialog.setDirectory(m_last_folder);
-    const busy_pause pause;
+    const question_scope asking(m_toolkit);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
     const QString path = dialog.selectedFiles().front();
@@ -80,7 +80,7 @@ std::optional<std::u16string> qt_services::ask_password(const password_question&
 {
     if (m_unattended)
         return std::nullopt;
-    const busy_pause pause;
+    const question_scope asking(m_toolkit);
     password_dialog dialog(to_qt(question.path), to_qt(question.refusal), parent());
     return dialog.exec() == QDialog::Accepted ? std::optional(from_qt(dialog.password())) : std::nullopt;
 }
@@ -89,7 +89,7 @@ std::optional<std::u16string> qt_services::ask_find_text(const find_question& qu
 {
     if (m_unattended)
         return std::nullopt;
-    const busy_pause pause;
+    const question_scope asking(m_toolkit);
     find_dialog dialog(to_qt(question.initial_text), parent());
     return dialog.exec() == QDialog::Accepted ? std::optional(from_qt(dialog.text())) : std::nullopt;
 }
@@ -98,7 +98,7 @@ void qt_services::show_message(std::u16string_view text, message_icon icon)
 {
     if (m_unattended)
         return m_unattended(to_qt(text));
-    const busy_pause pause;
+    const question_scope asking(m_toolkit);
     QMessageBox box(icon == message_icon::error ? QMessageBox::Critical : QMessageBox::NoIcon, application_title(),
                     to_qt(text), QMessageBox::Ok, parent());
     box.setTextFormat(Qt::PlainText);
@@ -109,7 +109,7 @@ void qt_services::show_about()
 {
     if (m_unattended)
         return;
-    const busy_pause pause;
+    const question_scope asking(m_toolkit);
     about_dialog(parent()).exec();
 }
 
@@ -120,14 +120,16 @@ void qt_services::show_context_menu(std::span<const menu_item> items)
     // The command runs when the menu has gone: what it throws must not pass through the menu's loop.
     std::uint32_t chosen = 0;
     {
-        const busy_pause pause;
+        const question_scope asking(m_toolkit);
         frame_menus menus({[this](std::uint32_t id) { return m_toolkit.command_state(id); },
                            [&chosen](std::uint32_t id) { chosen = id; }});
-        QMenu menu(parent());
-        menus.fill(menu, items);
+        // The window that owns it may be closed from outside while it is open.
+        const QPointer<QMenu> menu = new QMenu(parent());
+        menus.fill(*menu, items);
         const list_pane* list = m_toolkit.list();
         const std::optional<QPoint> from_keyboard = list ? list->keyboard_menu_position() : std::nullopt;
-        menu.exec(from_keyboard.value_or(QCursor::pos()));
+        menu->exec(from_keyboard.value_or(QCursor::pos()));
+        delete menu;
     }
     if (chosen != 0)
         m_toolkit.run_command(chosen);

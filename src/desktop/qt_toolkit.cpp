@@ -1,10 +1,8 @@
 #include "desktop/qt_toolkit.h"
 
 #include "app/menus.h"
-#include "desktop/busy_cursor.h"
 #include "desktop/qt_text.h"
 #include "foundation/string.h"
-#include "framework/frame_window.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>
@@ -19,6 +17,12 @@ constexpr int SW_HIDE = 0;
 constexpr int first_show_timeout_ms = 100;
 
 } // namespace
+
+question_scope::question_scope(qt_toolkit& toolkit)
+{
+    if (toolkit.frame())
+        m_loop.emplace(*toolkit.frame());
+}
 
 qt_toolkit::qt_toolkit()
     : m_menus({[this](std::uint32_t id) { return command_state(id); }, [this](std::uint32_t id) { run_command(id); }})
@@ -97,8 +101,8 @@ void qt_toolkit::destroy_window()
     m_window->hide();
     m_window->deleteLater();
     m_window = nullptr;
-    QMetaObject::invokeMethod(
-        qApp, [] { QCoreApplication::exit(); }, Qt::QueuedConnection);
+    if (m_destroyed)
+        m_destroyed();
 }
 
 void qt_toolkit::set_title(std::u16string_view title)

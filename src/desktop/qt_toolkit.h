@@ -2,11 +2,13 @@
 // what happens there into the frame.
 #pragma once
 
+#include "desktop/busy_cursor.h"
 #include "desktop/frame_menus.h"
 #include "desktop/list_pane.h"
 #include "desktop/main_window.h"
 #include "desktop/tree_pane.h"
 #include "framework/frame_toolkit.h"
+#include "framework/frame_window.h"
 
 #include <QPointer>
 
@@ -14,8 +16,20 @@
 
 namespace cw {
 
-class CXTPFrameWnd;
 class CRecentFileList;
+
+class qt_toolkit;
+
+/// A question to the person, in an event loop of its own: ordinary cursors, and no exception of the
+/// frame passes through the loop.
+class question_scope {
+public:
+    explicit question_scope(qt_toolkit& toolkit);
+
+private:
+    busy_pause m_pause;
+    std::optional<CXTPFrameWnd::NestedLoop> m_loop;
+};
 
 class qt_toolkit final : public frame_toolkit {
 public:
@@ -25,6 +39,8 @@ public:
     /// The frame that this toolkit draws, and its list of recent files; to be called before the frame
     /// makes its window. Both are borrowed until `destroy_window`.
     void attach(CXTPFrameWnd& frame, const CRecentFileList* recent_files);
+    /// Called when the window has been destroyed.
+    void set_destroyed_sink(std::function<void()> sink) { m_destroyed = std::move(sink); }
     /// Shows all that changed in the controls since the last time.
     void catch_up();
     /// Whether a command is enabled and checked.
@@ -34,6 +50,8 @@ public:
     /// Runs work of the frame under its boundary, with the wait cursor.
     void enter(const std::function<void()>& work);
 
+    /// Null before `attach` and after `destroy_window`.
+    [[nodiscard]] CXTPFrameWnd* frame() const noexcept { return m_frame; }
     /// Null before `create_window` and after `destroy_window`.
     [[nodiscard]] main_window* window() const noexcept { return m_window; }
     [[nodiscard]] tree_pane* tree() const noexcept { return m_tree; }
@@ -71,6 +89,7 @@ private:
     control_window* m_tree_control = nullptr;
     control_window* m_list_control = nullptr;
     frame_menus m_menus;
+    std::function<void()> m_destroyed;
 };
 
 } // namespace cw

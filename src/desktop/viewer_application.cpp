@@ -15,6 +15,8 @@ viewer_application::viewer_application(int& argument_count, char** arguments) : 
     setApplicationVersion(QStringLiteral(CW_VERSION));
     setDesktopFileName(QStringLiteral("cwcabview"));
     setWindowIcon(application_icon());
+    // The end of the frame's window ends the program, not that of a dialog that is the last on screen.
+    setQuitOnLastWindowClosed(false);
 }
 
 bool viewer_application::notify(QObject* receiver, QEvent* event)

@@ -1,0 +1,197 @@
+#include "tests/desktop/desktop_support.h"
+
+#include "app/menus.h"
+#include "bridges/activation.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTest>
+#include <QTimer>
+#include <QWindow>
+
+namespace cw::test_support {
+namespace {
+
+QAction* find_action(const QList<QAction*>& actions, const QString& text)
+{
+    for (QAction* action : actions)
+        if (action->text().section(u'\t', 0, 0) == text)
+            return action;
+    return nullptr;
+}
+
+} // namespace
+
+void pump()
+{
+    for (int round = 0; round < 3; ++round)
+        QCoreApplication::processEvents();
+}
+
+QAction* menu_action(main_window& window, const QString& path)
+{
+    QList<QAction*> actions = window.menuBar()->actions();
+    QAction* found = nullptr;
+    for (const QString& text : path.split(u'/')) {
+        found = find_action(actions, text);
+        if (!found)
+            return nullptr;
+        if (QMenu* popup = found->menu()) {
+            emit popup->aboutToShow();
+            actions = popup->actions();
+        }
+    }
+    return found;
+}
+
+QStringList popup_texts(main_window& window, const QString& popup)
+{
+    QStringList texts;
+    for (const QAction* action : menu_action(window, popup)->menu()->actions())
+        texts.append(action->isSeparator() ? QStringLiteral("---")
+                     : action->menu()      ? QStringLiteral("> ") + action->text()
+                                           : action->text());
+    return texts;
+}
+
+void press(main_window& window, Qt::Key key, Qt::KeyboardModifiers held)
+{
+    QTest::keyClick(window.windowHandle(), key, held);
+    pump();
+}
+
+void when_modal(std::function<void(QWidget& dialog)> answer)
+{
+    QTimer::singleShot(0, qApp, [answer = std::move(answer)] {
+        QWidget* dialog = QApplication::activePopupWidget();
+        if (!dialog)
+            dialog = QApplication::activeModalWidget();
+        if (!dialog)
+            return when_modal(answer);
+        answer(*dialog);
+        dialog->close();
+    });
+}
+
+bool recording_frame::OnCreateClient()
+{
+    return Toolkit().create_splitter(1, 2, 0, 0) && Toolkit().create_tree_view(0, 0, 250, 100, tree) &&
+           Toolkit().create_list_view(0, 1, 100, 100, list);
+}
+
+int recording_frame::OnCreate()
+{
+    if (CXTPFrameWnd::OnCreate() != 0 || !Toolkit().create_status_bar(0, 0))
+        return -1;
+    Toolkit().add_status_indicator(0, 0);
+    Toolkit().set_menu(u"Menu Bar", main_menu());
+    SetAccelerators(main_accelerators());
+    Adopt(tree);
+    Adopt(list);
+    tree.add_style(0x37);
+    list.add_style(5);
+    list.set_extended_style(0x421);
+    return 0;
+}
+
+void recording_frame::OnClose()
+{
+    ++close_count;
+    CXTPFrameWnd::OnClose();
+}
+
+bool recording_frame::OnCmdMsg(std::uint32_t id, command_ui* ui)
+{
+    if (ui) {
+        const auto state = enabled.find(id);
+        ui->Enable(state == enabled.end() || state->second);
+        if (const auto mark = checked.find(id); mark != checked.end())
+            ui->SetCheck(mark->second);
+        return true;
+    }
+    commands.push_back(id);
+    if (on_command)
+        on_command(id);
+    return true;
+}
+
+void recording_frame::OnNotify(std::uint32_t, std::uint32_t code)
+{
+    notifications.push_back(code);
+    if (on_notify)
+        on_notify(code);
+}
+
+bool recording_frame::PreTranslateMessage(const key_message& key)
+{
+    keys.push_back(key.virtual_key);
+    return false;
+}
+
+recording_window::recording_window()
+{
+    toolkit.attach(frame, nullptr);
+    frame.SetUnhandledSink([this](std::u16string_view line) { unhandled.emplace_back(line); });
+    frame.LoadFrame(IDR_MAINFRAME, 0);
+    toolkit.show_window(5);
+    window().resize(900, 600);
+    window().activateWindow();
+    pump();
+}
+
+recording_window::~recording_window()
+{
+    frame.Close();
+    pump();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+program_window::program_window() : m_in_use(made()), m_application(*this)
+{
+    forget_loaded_libraries();
+    libraries.add_fixture_media();
+}
+
+program_window::~program_window()
+{
+    if (m_application.MainWindow())
+        frame().Close();
+    pump();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    forget_loaded_libraries();
+}
+
+platform::services program_window::made()
+{
+    platform::services set = platform::current();
+    set.libraries = &libraries;
+    set.user = &settings;
+    return set;
+}
+
+bool program_window::start(std::vector<std::u16string> given)
+{
+    m_arguments = std::move(given);
+    const bool started = m_application.InitInstance();
+    pump();
+    return started;
+}
+
+bool program_window::open_features(std::string_view picture)
+{
+    folder.write("media.hdr", "{\"media\": {\"Features\": " + frame_harness::features_json(picture) + "}}");
+    bool opened = false;
+    frame().Guard([&] { opened = frame().OpenFile(string(folder.wide_file("media.hdr"))); });
+    pump();
+    return opened;
+}
+
+std::unique_ptr<CMainFrame> program_window::create_frame(CRecentFileList& list)
+{
+    std::unique_ptr<CMainFrame> made_frame = application_host::create_frame(list);
+    window_toolkit.attach(*made_frame, &list);
+    return made_frame;
+}
+
+} // namespace cw::test_support

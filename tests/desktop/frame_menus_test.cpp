@@ -1,0 +1,114 @@
+#include "desktop/frame_menus.h"
+
+#include "app/menus.h"
+#include "desktop/qt_text.h"
+#include "tests/desktop/desktop_support.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <gtest/gtest.h>
+
+namespace cw {
+namespace {
+
+using namespace test_support;
+
+/// The items of a menu that differ from the table's; the popup of recent files is filled at run time.
+void compare(const QList<QAction*>& actions, std::span<const menu_item> table)
+{
+    ASSERT_EQ(static_cast<std::size_t>(actions.size()), table.size());
+    for (std::size_t index = 0; index < table.size(); ++index) {
+        const QAction* action = actions[static_cast<qsizetype>(index)];
+        const menu_item& item = table[index];
+        EXPECT_EQ(action->isSeparator(), item.is_separator());
+        if (item.is_separator())
+            continue;
+        EXPECT_EQ(action->text().section(u'\t', 0, 0), to_qt(item.text));
+        EXPECT_EQ(action->menu() != nullptr, item.is_popup());
+        EXPECT_EQ(action->data().toUInt(), item.id);
+        if (item.is_popup())
+            compare(action->menu()->actions(), item.popup);
+    }
+}
+
+TEST(FrameMenus, TheBarHoldsTheWholeTable)
+{
+    recording_window shown;
+    compare(shown.window().menuBar()->actions(), main_menu());
+    EXPECT_EQ(shown.window().menuBar()->accessibleName(), "Menu Bar");
+    EXPECT_EQ(popup_texts(shown.window(), QStringLiteral("&File")),
+              (QStringList{"&Open\tCtrl+O", "&Save\tCtrl+S", "---", "> &Recent Files", "---", "E&xit"}));
+    EXPECT_EQ(popup_texts(shown.window(), QStringLiteral("&Search")), (QStringList{"Find", "Find Next\tF3"}));
+}
+
+TEST(FrameMenus, ViewItemsAreDisabledUntilTheirHandlersSaySomethingElse)
+{
+    qt_toolkit toolkit;
+    ASSERT_TRUE(toolkit.create_window({}));
+    ASSERT_TRUE(toolkit.set_menu(u"Menu Bar", main_menu()));
+    const QMenu* view = toolkit.window()->menuBar()->actions().at(2)->menu();
+    EXPECT_FALSE(view->actions().at(0)->isEnabled());
+    EXPECT_FALSE(view->actions().at(6)->isEnabled());
+    EXPECT_TRUE(view->actions().at(8)->isEnabled()) << "Expert Mode is not marked in the resource";
+}
+
+TEST(FrameMenus, StatesAreAskedForWhenAPopupOpens)
+{
+    recording_window shown;
+    shown.frame.enabled[ID_VIEW_FEATURES] = false;
+    shown.frame.checked[ID_VIEW_ALL] = true;
+    EXPECT_TRUE(menu_action(shown.window(), QStringLiteral("&View/&All"))->isChecked());
+    EXPECT_FALSE(menu_action(shown.window(), QStringLiteral("&View/&Features"))->isEnabled());
+    EXPECT_FALSE(menu_action(shown.window(), QStringLiteral("&View/&Components"))->isCheckable());
+
+    shown.frame.enabled[ID_VIEW_FEATURES] = true;
+    shown.frame.checked[ID_VIEW_ALL] = false;
+    EXPECT_FALSE(menu_action(shown.window(), QStringLiteral("&View/&All"))->isChecked());
+    EXPECT_TRUE(menu_action(shown.window(), QStringLiteral("&View/&Features"))->isEnabled());
+}
+
+TEST(FrameMenus, AnItemRunsItsCommand)
+{
+    recording_window shown;
+    menu_action(shown.window(), QStringLiteral("&Tools/&Report"))->trigger();
+    menu_action(shown.window(), QStringLiteral("&Help/&About Cab and Log File Viewer..."))->trigger();
+    EXPECT_EQ(shown.frame.commands, (std::vector{ID_TOOLS_REPORT, ID_APP_ABOUT}));
+}
+
+TEST(FrameMenus, RecentFilesHaveAPlaceholderWhileThereAreNone)
+{
+    program_window shown;
+    ASSERT_TRUE(shown.start());
+    EXPECT_EQ(popup_texts(shown.window(), QStringLiteral("&File/&Recent Files")), QStringList{"Recent File"});
+    EXPECT_FALSE(menu_action(shown.window(), QStringLiteral("&File/&Recent Files/Recent File"))->isEnabled());
+}
+
+TEST(FrameMenus, RecentFilesAreNumberedAndOpenTheirEntry)
+{
+    program_window shown;
+    ASSERT_TRUE(shown.start());
+    for (int file = 12; file >= 1; --file)
+        shown.recent_files().Add(from_qt(QStringLiteral("/m/%1 a&b.clg").arg(file)));
+    const QStringList texts = popup_texts(shown.window(), QStringLiteral("&File/&Recent Files"));
+    ASSERT_EQ(texts.size(), 12);
+    EXPECT_EQ(texts[0], "&1 /m/1 a&&b.clg");
+    EXPECT_EQ(texts[9], "1&0 /m/10 a&&b.clg");
+    EXPECT_EQ(texts[10], "11 /m/11 a&&b.clg");
+
+    QMenu* popup = menu_action(shown.window(), QStringLiteral("&File/&Recent Files"))->menu();
+    EXPECT_EQ(popup->actions().at(2)->data().toUInt(), ID_FILE_MRU_FIRST + 2);
+    popup->actions().at(2)->trigger();
+    EXPECT_EQ(shown.window().windowTitle(), "/m/3 a&b.clg");
+    EXPECT_EQ(popup_texts(shown.window(), QStringLiteral("&File/&Recent Files"))[0], "&1 /m/3 a&&b.clg");
+}
+
+TEST(RecentFileLabel, NumbersTheFirstTenWithAMnemonic)
+{
+    EXPECT_EQ(recent_file_label(0, u"/a"), "&1 /a");
+    EXPECT_EQ(recent_file_label(9, u"/a"), "1&0 /a");
+    EXPECT_EQ(recent_file_label(15, u"/a & b"), "16 /a && b");
+}
+
+} // namespace
+} // namespace cw

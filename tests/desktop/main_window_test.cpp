@@ -1,0 +1,133 @@
+#include "desktop/main_window.h"
+
+#include "tests/desktop/desktop_support.h"
+
+#include <QDialog>
+#include <QLineEdit>
+#include <QScreen>
+#include <QSplitter>
+#include <QTest>
+#include <QWindow>
+#include <gtest/gtest.h>
+
+namespace cw {
+namespace {
+
+using namespace test_support;
+
+struct MainWindow : testing::Test {
+    MainWindow() { window.add_status_pane(); }
+
+    int close_count = 0;
+    std::vector<std::uint32_t> keys;
+    bool takes_keys = false;
+    std::vector<QWidget*> focused;
+    main_window window{{.close_wanted = [this] { ++close_count; },
+                        .key_pressed =
+                            [this](const key_message& key) {
+                                keys.push_back(key.virtual_key);
+                                return takes_keys;
+                            },
+                        .focus_moved = [this](QWidget* widget) { focused.push_back(widget); }}};
+};
+
+TEST_F(MainWindow, AKeyIsSeenOnceBeforeTheFocusedWidget)
+{
+    auto* field = new QLineEdit;
+    window.setCentralWidget(field);
+    window.show();
+    window.activateWindow();
+    field->setFocus();
+    press(window, Qt::Key_X);
+    EXPECT_EQ(keys, std::vector<std::uint32_t>{'X'});
+    EXPECT_EQ(field->text(), "x");
+    takes_keys = true;
+    press(window, Qt::Key_Y);
+    EXPECT_EQ(field->text(), "x") << "an accelerator goes no further";
+    EXPECT_EQ(keys.size(), 2u);
+}
+
+TEST_F(MainWindow, KeysOfADialogAreNotSeen)
+{
+    window.show();
+    QDialog dialog(&window);
+    QLineEdit field(&dialog);
+    dialog.show();
+    dialog.activateWindow();
+    field.setFocus();
+    QTest::keyClick(dialog.windowHandle(), Qt::Key_C, Qt::ControlModifier);
+    pump();
+    EXPECT_TRUE(keys.empty());
+}
+
+TEST_F(MainWindow, ACloseIsAWishOnly)
+{
+    window.show();
+    window.close();
+    EXPECT_EQ(close_count, 1);
+    EXPECT_TRUE(window.isVisible());
+}
+
+TEST_F(MainWindow, TellsWhereTheFocusGoesWithinIt)
+{
+    auto* field = new QLineEdit;
+    window.setCentralWidget(field);
+    window.show();
+    window.activateWindow();
+    field->setFocus();
+    pump();
+    ASSERT_FALSE(focused.empty());
+    EXPECT_EQ(focused.back(), field);
+
+    const std::size_t before = focused.size();
+    QLineEdit elsewhere;
+    elsewhere.show();
+    elsewhere.activateWindow();
+    elsewhere.setFocus();
+    pump();
+    EXPECT_EQ(focused.size(), before) << "a dialog's focus is not the frame's";
+}
+
+TEST_F(MainWindow, PanesShareTheSplitter)
+{
+    window.make_splitter();
+    auto* first = new QWidget;
+    auto* second = new QWidget;
+    window.add_pane(*first, 0, 250);
+    window.add_pane(*second, 1, 100);
+    window.resize(1000, 400);
+    window.show();
+    pump();
+    EXPECT_EQ(first->width(), 250);
+    EXPECT_GT(second->width(), 700) << "takes what remains";
+    window.resize(800, 400);
+    pump();
+    EXPECT_EQ(first->width(), 250);
+    window.remove_splitter();
+    EXPECT_EQ(window.centralWidget(), nullptr);
+}
+
+TEST_F(MainWindow, FitsOnTheScreen)
+{
+    const QSize room = window.screen()->availableGeometry().size();
+    EXPECT_LE(window.width(), room.width());
+    EXPECT_LE(window.height(), room.height());
+    EXPECT_GE(window.width(), std::min(1100, room.width() * 9 / 10));
+}
+
+TEST_F(MainWindow, ALongStatusTextDoesNotWidenTheWindow)
+{
+    window.show();
+    const int narrowest = window.minimumSizeHint().width();
+    const QString text = QString(5000, u'x');
+    window.set_status_text(0, text);
+    pump();
+    EXPECT_EQ(window.minimumSizeHint().width(), narrowest);
+    EXPECT_EQ(window.status_text(0), text);
+    window.set_status_text(1, text);
+    EXPECT_EQ(window.status_text(1), QString()) << "there is no such pane";
+    EXPECT_FALSE(window.grab().isNull());
+}
+
+} // namespace
+} // namespace cw
