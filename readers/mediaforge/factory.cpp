@@ -38,6 +38,10 @@ com_ptr<IDispatch> factory_object::open_media(const std::u16string& path, const 
         const media_failure failure(error_number::out_of_memory, native_path, {}, ENOMEM);
         m_lastError->remember(failure);
         throw failure;
+    } catch (const std::exception&) {
+        // Callers learn from the last error alone whether an open failed.
+        m_lastError->remember(media_failure(error_number::read_failed, native_path));
+        throw;
     }
 }
 

@@ -170,7 +170,10 @@ media_handle open_media(const std::string& given_path, std::string_view password
 {
     const input_file file(given_path);
     // The volumes are looked for beside the header later, wherever the process then stands.
-    const std::string path = std::filesystem::absolute(given_path).string();
+    std::error_code nowhere; // the process stands in a folder that is gone
+    std::string path = std::filesystem::absolute(given_path, nowhere).string();
+    if (nowhere)
+        path = given_path;
     if (media_handle media = open_header(file, path, password, last_error))
         return media;
     if (is_cabinet(file.first_bytes())) {

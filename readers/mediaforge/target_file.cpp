@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <utility>
 
 namespace cw::mediaforge {
 namespace {
@@ -79,12 +80,13 @@ void target_file::commit(std::optional<std::time_t> modified)
         // Not every file system keeps every time; the content is whole all the same.
         (void)::futimens(m_descriptor, times);
     }
-    if (::fsync(m_descriptor) != 0 && errno != EINVAL && errno != EROFS)
-        refuse(u"writing failed", errno);
-    if (::rename(m_temporary.c_str(), m_path.c_str()) != 0)
-        refuse(u"it cannot be put in place", errno);
-    ::close(m_descriptor);
-    m_descriptor = -1;
+    // Some file systems tell only now that there was no room.
+    const int closed = ::close(std::exchange(m_descriptor, -1));
+    if (closed != 0 || ::rename(m_temporary.c_str(), m_path.c_str()) != 0) {
+        const int system_error = errno;
+        ::unlink(m_temporary.c_str());
+        refuse(closed != 0 ? u"writing failed" : u"it cannot be put in place", system_error);
+    }
 }
 
 void target_file::refuse(std::u16string_view why, int system_error)

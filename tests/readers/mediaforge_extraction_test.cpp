@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstring>
 
 namespace cw::mediaforge_tests {
 namespace {
@@ -125,6 +126,18 @@ TEST_F(mediaforge_extraction, works_after_the_process_has_moved)
     fs::current_path(before);
 }
 
+TEST_F(mediaforge_extraction, a_folder_that_is_gone_stops_nothing_that_has_a_full_path)
+{
+    const std::string header = build_files({{"a", "content"}});
+    const fs::path before = fs::current_path();
+    fs::create_directory(path_of("gone"));
+    fs::current_path(path_of("gone"));
+    fs::remove(path_of("gone"));
+    expect_content(file_of(open(header).get(), 1, 1).get(), "content");
+    expect_error("media.hdr", 2);
+    fs::current_path(before);
+}
+
 TEST_F(mediaforge_extraction, replaces_a_file_and_a_link_but_never_writes_through_one)
 {
     const object source = file(build_files({{"a", "new"}}), u"a");
@@ -163,6 +176,16 @@ TEST_F(mediaforge_extraction, refuses_targets_that_are_no_files)
     expect_failure(source.get(), "/dev/null", 50, u"a device or a pipe");
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
     expect_failure(source.get(), "/proc/target", 50, u"cannot be written");
+}
+
+TEST_F(mediaforge_extraction, refuses_a_folder_that_may_not_be_written)
+{
+    const object source = file(build_files({{"a", "content"}}), u"a");
+    fs::create_directory(path_of("closed"));
+    fs::permissions(path_of("closed"), fs::perms::owner_read | fs::perms::owner_exec);
+    const as_nobody rights(m_folder);
+    expect_failure(source.get(), path_of("closed/target"), 50, u"no file can be made");
+    EXPECT_EQ(last_text(media_error::SystemText), wide(std::strerror(EACCES)));
 }
 
 TEST_F(mediaforge_extraction, leaves_nothing_where_there_is_no_room)

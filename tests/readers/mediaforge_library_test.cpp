@@ -125,6 +125,12 @@ TEST_F(mediaforge_factory, takes_the_password_in_any_form_or_none)
     null_text.bstrVal = nullptr;
     EXPECT_EQ(open_with(with_path(std::move(null_text))), S_OK);
     EXPECT_EQ(open_with({}), DISP_E_BADPARAMCOUNT);
+    // What is no text is a failure that the last error tells, as of every open.
+    variant array;
+    array.vt = VT_ARRAY | VT_I4;
+    array.parray = SafeArrayCreateVector(VT_I4, 0, 1);
+    EXPECT_EQ(open_with(with_path(std::move(array))), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(last_number(), 23);
 }
 
 TEST_F(mediaforge_factory, knows_its_members_by_name_and_refuses_other_numbers)

@@ -151,6 +151,21 @@ std::string noise(std::size_t size, unsigned seed)
     return bytes;
 }
 
+as_nobody::as_nobody(const std::filesystem::path& folder) : m_wasRoot(geteuid() == 0)
+{
+    constexpr uid_t nobody = 65534;
+    using std::filesystem::perms;
+    std::filesystem::permissions(folder, perms(0755));
+    if (m_wasRoot && seteuid(nobody) != 0)
+        ADD_FAILURE() << "the rights cannot be given up";
+}
+
+as_nobody::~as_nobody()
+{
+    if (m_wasRoot && seteuid(0) != 0)
+        ADD_FAILURE() << "the rights cannot be taken back";
+}
+
 media_test::media_test()
 {
     std::string name = (std::filesystem::temp_directory_path() / "cw-mediaforge-XXXXXX").string();

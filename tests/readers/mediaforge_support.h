@@ -74,6 +74,17 @@ void write_file(const std::string& path, std::string_view bytes);
 /// Bytes that do not compress, the same for the same seed.
 std::string noise(std::size_t size, unsigned seed);
 
+/// Gives up the rights of an administrator, to whom nothing is denied, while it lives. Everybody may
+/// look into `folder` then.
+class as_nobody {
+public:
+    explicit as_nobody(const std::filesystem::path& folder);
+    ~as_nobody();
+
+private:
+    bool m_wasRoot;
+};
+
 /// A folder of one test, and a factory to open media with.
 class media_test : public testing::Test {
 protected:
