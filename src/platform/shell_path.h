@@ -1,5 +1,5 @@
-// The few path operations that the search for a reader library is told in terms of. They work in
-// place on zero-terminated buffers, by the separator of the path that they are given (path_style.h).
+// The few path operations that the search for a reader library is made of. They work in place on
+// zero-terminated buffers, by the separator of the path that they are given (path_style.h).
 #pragma once
 
 #include <cstddef>

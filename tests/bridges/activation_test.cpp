@@ -41,10 +41,24 @@ HRESULT entry_point_of(REFCLSID class_id, REFIID iid, void** object)
         ->QueryInterface(iid, object);
 }
 
-/// A factory whose objects fail to be made, or come out null.
+/// Knows no interface, and leaves something in the result all the same.
+class careless_object final : public IUnknown {
+public:
+    HRESULT QueryInterface(REFIID, void** object) noexcept override
+    {
+        *object = this;
+        return E_NOINTERFACE;
+    }
+    ULONG AddRef() noexcept override { return ++references; }
+    ULONG Release() noexcept override { return --references; }
+
+    ULONG references = 0;
+};
+
+/// A factory whose objects fail to be made, or come out null. `left` is handed out whatever it answers.
 class broken_factory final : public IClassFactory {
 public:
-    explicit broken_factory(HRESULT made) : m_made(made) {}
+    explicit broken_factory(HRESULT made, IUnknown* left = nullptr) : m_made(made), m_left(left) {}
     HRESULT QueryInterface(REFIID, void** object) noexcept override
     {
         *object = this;
@@ -56,7 +70,9 @@ public:
     {
         EXPECT_EQ(outer, nullptr);
         EXPECT_EQ(iid, IID_IUnknown);
-        *object = nullptr;
+        if (m_left)
+            m_left->AddRef();
+        *object = m_left;
         return m_made;
     }
     HRESULT LockServer(int) noexcept override { return S_OK; }
@@ -65,6 +81,7 @@ public:
 
 private:
     HRESULT m_made;
+    IUnknown* m_left;
 };
 
 broken_factory* factory_in_use = nullptr;
@@ -73,6 +90,12 @@ HRESULT broken_entry_point(REFCLSID, REFIID, void** object)
 {
     factory_in_use->AddRef();
     return factory_in_use->QueryInterface(IID_IClassFactory, object);
+}
+
+HRESULT failing_entry_point(REFCLSID class_id, REFIID iid, void** object)
+{
+    broken_entry_point(class_id, iid, object);
+    return E_ACCESSDENIED;
 }
 
 class activation : public testing::Test {
@@ -156,8 +179,36 @@ TEST_F(activation, refuses_results_that_are_null)
     factory_in_use = &factory;
     add(u"Broken.dll", &broken_entry_point);
     EXPECT_EQ(activate_library_object(u"Broken.dll", sample_class, test::IID_IFake, object.put_void()), E_POINTER);
+    EXPECT_EQ(factory.references, 0u);
     add(u"Empty.dll", &test::empty_entry_point);
     EXPECT_EQ(activate_library_object(u"Empty.dll", sample_class, test::IID_IFake, object.put_void()), E_POINTER);
+}
+
+TEST_F(activation, releases_what_a_failing_step_left)
+{
+    careless_object left;
+    broken_factory factory(E_FAIL, &left);
+    factory_in_use = &factory;
+    add(u"Failing.dll", &failing_entry_point);
+    EXPECT_EQ(activate_library_object(u"Failing.dll", sample_class, test::IID_IFake, object.put_void()),
+              E_ACCESSDENIED);
+    EXPECT_EQ(factory.references, 0u);
+    add(u"Broken.dll", &broken_entry_point);
+    EXPECT_EQ(activate_library_object(u"Broken.dll", sample_class, test::IID_IFake, object.put_void()), E_FAIL);
+    EXPECT_EQ(factory.references, 0u);
+    EXPECT_EQ(left.references, 0u);
+}
+
+TEST_F(activation, answers_no_object_without_the_interface)
+{
+    careless_object made;
+    broken_factory factory(S_OK, &made);
+    factory_in_use = &factory;
+    add(u"Lib.dll", &broken_entry_point);
+    void* result = nullptr;
+    EXPECT_EQ(activate_library_object(u"Lib.dll", sample_class, test::IID_IFake, &result), E_NOINTERFACE);
+    EXPECT_EQ(result, nullptr);
+    EXPECT_EQ(made.references, 0u);
 }
 
 TEST_F(activation, nulls_the_result_first)

@@ -163,6 +163,16 @@ TEST_F(library_cache_test, leaves_the_directory_alone_where_it_cannot_be_saved)
     EXPECT_EQ(services.log.count("SetCurrentDirectoryW"), 0u);
 }
 
+TEST_F(library_cache_test, saves_a_directory_of_a_whole_path)
+{
+    add_good(u"C:\\app\\Lib.dll");
+    const std::u16string longest = u"C:\\" + std::u16string(256, u'd');
+    services.files.directory = longest;
+    EXPECT_EQ(get(u"Lib.dll"), S_OK);
+    EXPECT_EQ(services.log.count("SetCurrentDirectoryW C:\\app"), 1u);
+    EXPECT_EQ(services.files.directory, longest);
+}
+
 TEST_F(library_cache_test, reports_what_it_did)
 {
     search_report report;

@@ -182,6 +182,15 @@ TEST_F(library_search, asks_below_the_root_of_the_drive_without_a_common_files_f
                               u"\\Cratewright\\Demowright\\Lib.dll", u"C:\\Lib.dll"}));
 }
 
+TEST_F(library_search, knows_a_program_of_a_whole_path)
+{
+    const std::u16string folder = u"C:\\" + std::u16string(254, u'f');
+    services.libraries.module_path = folder + u"\\v";
+    ASSERT_EQ(services.libraries.module_path.size(), 259u);
+    (void)find_library(library);
+    EXPECT_EQ(asked().front(), folder + u"\\Lib.dll");
+}
+
 TEST_F(library_search, joins_to_the_empty_folder_of_a_bare_module_name)
 {
     services.libraries.module_path = u"viewer.exe";

@@ -433,6 +433,14 @@ TEST(dispatch_property_get, an_array_is_handed_over)
     SafeArrayDestroy(copy);
 }
 
+TEST(dispatch_property_get, a_value_of_the_type_asked_for_is_not_converted)
+{
+    variant value;
+    value.vt = VT_ERROR;
+    value.scode = DISP_E_PARAMNOTFOUND;
+    EXPECT_EQ((got<SCODE>(value, VT_ERROR)), DISP_E_PARAMNOTFOUND);
+}
+
 TEST(dispatch_property_get, a_decimal_is_handed_over_whole)
 {
     variant value;

@@ -238,6 +238,26 @@ TEST(com_exception, a_source_that_is_no_program_id_stays_as_text)
     EXPECT_EQ(exception.source_clsid, GUID_NULL);
 }
 
+/// Fails, and leaves something in the class id.
+struct careless_registry final : class_registry {
+    HRESULT class_id_from_program_id(const char16_t*, CLSID* class_id) noexcept override
+    {
+        *class_id = IID_IClassFactory;
+        return CO_E_CLASSSTRING;
+    }
+    HRESULT create_instance(REFCLSID, IUnknown*, DWORD, REFIID, void**) noexcept override { return E_NOTIMPL; }
+};
+
+TEST(com_exception, a_failed_look_up_of_the_source_leaves_no_class_id)
+{
+    careless_registry registry;
+    services set = current();
+    set.classes = &registry;
+    const scoped_services scope(set);
+    cw::automation::set_error(E_FAIL, u"text", u"not a program id", IID_IUnknown);
+    EXPECT_EQ(com_exception(E_FAIL).source_clsid, GUID_NULL);
+}
+
 TEST(com_exception, copies_by_value)
 {
     cw::automation::set_error(E_FAIL, u"text", u"source", IID_IUnknown);

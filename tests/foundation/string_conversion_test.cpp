@@ -134,6 +134,24 @@ TEST_F(string_load, a_text_that_may_have_been_cut_is_loaded_again)
     EXPECT_THAT(rooms, ElementsAre(512, 768, 1024, 1280, 1536));
 }
 
+TEST_F(string_load, makes_room_only_where_the_text_is_shorter)
+{
+    scripted_services script;
+    resource_length = 5;
+    string empty;
+    EXPECT_TRUE(empty.load(1));
+    // A buffer for 519 characters and its terminator, and the BSTR for the room.
+    EXPECT_THAT(script.memory.sizes, ElementsAre(520u, 512u));
+    string some(u"abc");
+    script.memory.sizes.clear();
+    EXPECT_TRUE(some.load(1));
+    EXPECT_THAT(script.memory.sizes, ElementsAre(520u, 512u));
+    string longer(std::u16string(2000, u'x'));
+    script.memory.sizes.clear();
+    EXPECT_TRUE(longer.load(1));
+    EXPECT_THAT(script.memory.sizes, ElementsAre(2000u));
+}
+
 TEST_F(string_load, a_missing_resource_is_empty_and_false)
 {
     string text(u"old text");

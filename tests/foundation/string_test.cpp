@@ -166,6 +166,32 @@ TEST(string, growth_is_at_least_by_half)
     EXPECT_EQ(replaced.capacity(), 154u);
 }
 
+TEST(string, growth_gives_the_old_buffer_back)
+{
+    scripted_services script;
+    string text(letters(20));
+    text.append(100, u'x');
+    EXPECT_EQ(script.memory.releases, 1);
+    text.append(letters(500));
+    EXPECT_EQ(script.memory.releases, 2);
+    (void)text.narrow();
+    text.append(letters(500));
+    (void)text.narrow();
+    EXPECT_EQ(script.memory.releases, 4);
+}
+
+TEST(string, its_end_gives_every_buffer_back)
+{
+    scripted_services script;
+    {
+        string text(letters(20));
+        (void)text.narrow();
+        (void)text.bstr();
+        EXPECT_EQ(script.memory.allocations, 3);
+    }
+    EXPECT_EQ(script.memory.releases, 3);
+}
+
 TEST(string, a_long_buffer_stays)
 {
     string text(letters(50));
@@ -589,6 +615,13 @@ TEST(string, the_bstr_is_refreshed_from_the_text)
     text = u"longer";
     EXPECT_EQ(std::u16string_view(*text.bstr()), u"longer");
     EXPECT_EQ(SysStringLen(*address), 6u);
+}
+
+TEST(string, the_bstr_gets_its_terminator_back)
+{
+    string text(u"abc");
+    (*text.bstr())[3] = u'!';
+    EXPECT_EQ((*text.bstr())[3], u'\0');
 }
 
 TEST(string, the_bstr_keeps_embedded_zeros)
