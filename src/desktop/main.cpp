@@ -30,6 +30,13 @@ bool has_platform(int argument_count, char** arguments)
     return false;
 }
 
+/// The platform of pictures remarks on what it cannot do; nobody at the terminal wants to know.
+void tell_errors_only(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        std::fprintf(stderr, "cwcabview: %s\n", message.toUtf8().constData());
+}
+
 int run(int argument_count, char** arguments)
 {
     // Help and version need no display, and a picture makes its own.
@@ -42,8 +49,10 @@ int run(int argument_count, char** arguments)
         std::puts("cwcabview " CW_VERSION);
         return 0;
     }
-    if (!first_look.picture_path.empty() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    if (!first_look.picture_path.empty() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        qInstallMessageHandler(tell_errors_only);
+    }
     if (!has_platform(argument_count, arguments)) {
         std::fputs("cwcabview: there is no display to show the window on; --screenshot PICTURE needs none\n", stderr);
         return exit_failure;

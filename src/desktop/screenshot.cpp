@@ -55,7 +55,8 @@ int run_for_picture(main_window_host& host, const QString& picture_path)
         failed = true;
     }
     frame.Close();
-    return app.ExitInstance() == 0 && !failed ? 0 : 1;
+    // Without `ExitInstance`: a picture leaves the person's list of recent files alone.
+    return failed ? 1 : 0;
 }
 
 } // namespace cw

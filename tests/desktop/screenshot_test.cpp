@@ -58,6 +58,19 @@ TEST(Screenshot, WritesAPictureOfTheWindow)
     EXPECT_GT(colours.size(), 20u) << "text, icons, frames";
 }
 
+TEST(Screenshot, LeavesTheRecentFilesAlone)
+{
+    const temporary_folder folder;
+    {
+        main_window_host host({folder.wide_file("pictured.clg")});
+        EXPECT_EQ(run_for_picture(host, QString::fromStdString(folder.file("view.png"))), 0);
+    }
+    main_window_host host({});
+    host.set_registry_key(u"Cratewright");
+    EXPECT_EQ(platform::current().user->read_text(u"Recent File List", u"File1", u"").find(u"pictured"),
+              std::u16string::npos);
+}
+
 TEST(Screenshot, TellsWhereItCannotWrite)
 {
     const temporary_folder folder;
