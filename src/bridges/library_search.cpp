@@ -72,8 +72,6 @@ string folder_of(const string& path)
         return {};
     const bool has_drive = separator == u'\\' && path.length() >= 2 && path[1] == u':';
     const std::size_t root_length = has_drive ? 2 : 0;
-    if (last < root_length)
-        return path.substr(0, root_length);
     return path.substr(0, last > root_length ? last : last + 1);
 }
 

@@ -49,6 +49,7 @@ TEST_F(library_search, tells_the_folder_of_a_path)
         {u"a\\x.dll", u"a"},
         {u"\\x.dll", u"\\"},
         {u"\\a\\x.dll", u"\\a"},
+        {u"\\:x.dll", u"\\"},
         {u"\\\\server\\share\\x.dll", u"\\\\server\\share"},
         {u"\\\\server\\x.dll", u"\\\\server"},
         {u"\\\\x.dll", u"\\"},

@@ -558,7 +558,7 @@ TEST(narrow_conversions, raise_the_last_error_of_the_converter)
         EXPECT_EQ(raised_by([&] { (void)cw::bstr_from_narrow("abc"); }).Error(), make_hresult(0x80070057));
     }
     // Only the low half of a number counts, and what is a result already stays.
-    pages.error = 0x12345;
+    pages.error = 0x782345;
     EXPECT_EQ(raised_by([&] { (void)cw::bstr_from_narrow("abc"); }).Error(), make_hresult(0x80072345));
     pages.error = 0x80004005;
     EXPECT_EQ(raised_by([&] { (void)cw::bstr_from_narrow("abc"); }).Error(), E_FAIL);

@@ -486,6 +486,13 @@ TEST(string_find_no_case, finds_the_first_match)
     EXPECT_EQ(find(string::npos, u"one"), string::npos);
 }
 
+TEST(string_find_no_case, the_first_character_must_agree_in_upper_case)
+{
+    // The Kelvin sign is a k in lower case, but not a K in upper case.
+    EXPECT_EQ(string(u"\u212A1 k1").find_no_case(0, u"K1", 2), 3u);
+    EXPECT_EQ(string(u"1\u212A").find_no_case(0, u"1K", 2), 0u);
+}
+
 TEST(string_find_no_case, an_empty_pattern_is_at_the_start)
 {
     const string text(u"abc");

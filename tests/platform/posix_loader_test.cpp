@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
 #include <sys/stat.h>
 
 namespace {
@@ -56,6 +57,8 @@ TEST_F(posix_loader, loads_and_finds_exports)
     void* found = libraries->find_export(library, "answer_of_library");
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(reinterpret_cast<int (*)()>(found)(), 42);
+    // Two libraries may export the same name, so none may become visible to all.
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "answer_of_library"), nullptr);
 
     set_last_error(0);
     EXPECT_EQ(libraries->find_export(library, "something_else"), nullptr);
