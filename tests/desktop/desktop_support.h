@@ -1,5 +1,5 @@
 // What the window's tests share: a frame that writes down what reaches it, the whole program in a
-// window, and small helpers for events.
+// window, and what sends events to it.
 #pragma once
 
 #include "app/application.h"
