@@ -65,8 +65,8 @@ void md5::take_block(const std::uint8_t* block) noexcept
 
 void md5::add(std::span<const std::uint8_t> piece) noexcept
 {
-    const std::size_t pending = m_length_in_bytes % m_pending.size();
-    m_length_in_bytes += piece.size();
+    const std::size_t pending = m_lengthInBytes % m_pending.size();
+    m_lengthInBytes += piece.size();
     if (pending != 0) {
         const std::size_t taken = std::min(piece.size(), m_pending.size() - pending);
         std::copy_n(piece.begin(), taken, m_pending.begin() + static_cast<std::ptrdiff_t>(pending));
@@ -82,9 +82,9 @@ void md5::add(std::span<const std::uint8_t> piece) noexcept
 
 md5_digest md5::finish() noexcept
 {
-    const std::uint64_t length_in_bits = m_length_in_bytes * 8;
+    const std::uint64_t length_in_bits = m_lengthInBytes * 8;
     constexpr std::array<std::uint8_t, 64> padding{0x80};
-    const std::size_t pending = m_length_in_bytes % 64;
+    const std::size_t pending = m_lengthInBytes % 64;
     add({padding.data(), pending < 56 ? 56 - pending : 120 - pending});
     std::array<std::uint8_t, 8> tail;
     for (std::size_t i = 0; i < tail.size(); ++i)

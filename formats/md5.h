@@ -24,7 +24,7 @@ private:
 
     std::array<std::uint32_t, 4> m_state{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
     std::array<std::uint8_t, 64> m_pending{};
-    std::uint64_t m_length_in_bytes = 0;
+    std::uint64_t m_lengthInBytes = 0;
 };
 
 /// 32 lower-case hexadecimal digits.

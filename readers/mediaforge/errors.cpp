@@ -25,7 +25,7 @@ std::u16string media_error_text(error_number number, std::u16string_view file, s
 
 media_failure::media_failure(error_number number, std::string_view file, std::u16string_view detail, int system_error)
     : automation_error(media_error_result(number), media_error_text(number, to_utf16(file), detail)), m_number(number),
-      m_system_text(system_error_text(system_error))
+      m_systemText(system_error_text(system_error))
 {
 }
 

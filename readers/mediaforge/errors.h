@@ -78,11 +78,11 @@ public:
     media_failure(error_number number, std::string_view file, std::u16string_view detail = {}, int system_error = 0);
     [[nodiscard]] error_number number() const noexcept { return m_number; }
     /// What the system said, empty where it had no part in it.
-    [[nodiscard]] const std::u16string& system_text() const noexcept { return m_system_text; }
+    [[nodiscard]] const std::u16string& system_text() const noexcept { return m_systemText; }
 
 private:
     error_number m_number;
-    std::u16string m_system_text;
+    std::u16string m_systemText;
 };
 
 /// The system's text for an errno; empty for 0.

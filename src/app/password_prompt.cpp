@@ -10,10 +10,10 @@ constexpr std::uint32_t text_refusal = 141;
 bool CMediaPasswordDlg::DoModal()
 {
     string refusal;
-    if (m_asked_before)
+    if (m_askedBefore)
         refusal.load(text_refusal);
-    m_asked_before = true;
-    const auto answer = m_services.ask_password({m_media_path, refusal});
+    m_askedBefore = true;
+    const auto answer = m_services.ask_password({m_mediaPath, refusal});
     if (!answer)
         return false;
     m_password = string(*answer);

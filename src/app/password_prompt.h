@@ -10,7 +10,7 @@ class CMediaPasswordDlg {
 public:
     /// Both are borrowed.
     CMediaPasswordDlg(frame_services& services, const string& media_path) noexcept
-        : m_services(services), m_media_path(media_path)
+        : m_services(services), m_mediaPath(media_path)
     {
     }
 
@@ -21,9 +21,9 @@ public:
 
 private:
     frame_services& m_services;
-    const string& m_media_path;
+    const string& m_mediaPath;
     string m_password;
-    bool m_asked_before = false;
+    bool m_askedBefore = false;
 };
 
 } // namespace cw

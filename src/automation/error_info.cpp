@@ -46,12 +46,12 @@ public:
     }
     HRESULT GetSource(BSTR* source) noexcept override { return read(m_source, source); }
     HRESULT GetDescription(BSTR* description) noexcept override { return read(m_description, description); }
-    HRESULT GetHelpFile(BSTR* help_file) noexcept override { return read(m_help_file, help_file); }
+    HRESULT GetHelpFile(BSTR* help_file) noexcept override { return read(m_helpFile, help_file); }
     HRESULT GetHelpContext(DWORD* help_context) noexcept override
     {
         if (!help_context)
             return E_INVALIDARG;
-        *help_context = m_help_context;
+        *help_context = m_helpContext;
         return S_OK;
     }
 
@@ -62,10 +62,10 @@ public:
     }
     HRESULT SetSource(const WCHAR* source) noexcept override { return write(m_source, source); }
     HRESULT SetDescription(const WCHAR* description) noexcept override { return write(m_description, description); }
-    HRESULT SetHelpFile(const WCHAR* help_file) noexcept override { return write(m_help_file, help_file); }
+    HRESULT SetHelpFile(const WCHAR* help_file) noexcept override { return write(m_helpFile, help_file); }
     HRESULT SetHelpContext(DWORD help_context) noexcept override
     {
-        m_help_context = help_context;
+        m_helpContext = help_context;
         return S_OK;
     }
 
@@ -103,8 +103,8 @@ private:
     GUID m_guid = GUID_NULL;
     bstr m_source;
     bstr m_description;
-    bstr m_help_file;
-    DWORD m_help_context = 0;
+    bstr m_helpFile;
+    DWORD m_helpContext = 0;
 };
 
 com_ptr<IErrorInfo>& thread_error() noexcept

@@ -20,12 +20,12 @@ constexpr bool is_second_half(char16_t c)
 
 } // namespace
 
-progress_line::progress_line() : m_is_shown(isatty(STDERR_FILENO) != 0) {}
+progress_line::progress_line() : m_isShown(isatty(STDERR_FILENO) != 0) {}
 
 void progress_line::show(std::uint64_t done, std::uint64_t total, std::string_view current)
 {
     const auto now = std::chrono::steady_clock::now();
-    if (!m_is_shown || (now < m_next && done < total))
+    if (!m_isShown || (now < m_next && done < total))
         return;
     m_next = now + interval;
     m_stands = true;

@@ -12,7 +12,7 @@ class progress_line {
 public:
     /// Writes to standard error where that is a terminal.
     progress_line();
-    explicit progress_line(bool is_shown) noexcept : m_is_shown(is_shown) {}
+    explicit progress_line(bool is_shown) noexcept : m_isShown(is_shown) {}
     ~progress_line() { clear(); }
     progress_line(const progress_line&) = delete;
     progress_line& operator=(const progress_line&) = delete;
@@ -23,7 +23,7 @@ public:
     void clear() noexcept;
 
 private:
-    bool m_is_shown;
+    bool m_isShown;
     bool m_stands = false;
     std::chrono::steady_clock::time_point m_next{};
 };

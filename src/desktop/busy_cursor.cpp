@@ -24,16 +24,16 @@ busy_cursor::~busy_cursor()
         QGuiApplication::restoreOverrideCursor();
 }
 
-busy_pause::busy_pause() : m_depth_before(std::exchange(busy_depth, 0))
+busy_pause::busy_pause() : m_depthBefore(std::exchange(busy_depth, 0))
 {
-    if (m_depth_before != 0)
+    if (m_depthBefore != 0)
         QGuiApplication::restoreOverrideCursor();
 }
 
 busy_pause::~busy_pause()
 {
-    busy_depth = m_depth_before;
-    if (m_depth_before != 0)
+    busy_depth = m_depthBefore;
+    if (m_depthBefore != 0)
         QGuiApplication::setOverrideCursor(Qt::WaitCursor);
 }
 

@@ -22,7 +22,7 @@ public:
     busy_pause& operator=(const busy_pause&) = delete;
 
 private:
-    int m_depth_before;
+    int m_depthBefore;
 };
 
 } // namespace cw

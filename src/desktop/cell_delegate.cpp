@@ -37,7 +37,7 @@ QSize cell_delegate::sizeHint(const QStyleOptionViewItem& option, const QModelIn
 void cell_delegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
     QStyledItemDelegate::paint(painter, option, index);
-    if (!m_show_grid)
+    if (!m_showGrid)
         return;
     // The style's own grid is as strong as the text in some themes.
     QColor line = option.palette.color(QPalette::Text);
@@ -73,7 +73,7 @@ bool cell_delegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const 
     const int margins = 2 * (view->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, &cell, view) + 1);
     const bool cut = cell.fontMetrics.horizontalAdvance(cell.text) > room.width() - margins ||
                      !view->viewport()->rect().contains(room);
-    if (!m_show_tips || !index.isValid() || cell.text.isEmpty() || !cut) {
+    if (!m_showTips || !index.isValid() || cell.text.isEmpty() || !cut) {
         QToolTip::hideText();
         return true;
     }

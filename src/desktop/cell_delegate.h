@@ -10,9 +10,9 @@ class cell_delegate final : public QStyledItemDelegate {
 public:
     explicit cell_delegate(QObject* parent = nullptr);
 
-    void show_tips(bool shown) noexcept { m_show_tips = shown; }
-    void show_grid(bool shown) noexcept { m_show_grid = shown; }
-    [[nodiscard]] bool shows_grid() const noexcept { return m_show_grid; }
+    void show_tips(bool shown) noexcept { m_showTips = shown; }
+    void show_grid(bool shown) noexcept { m_showGrid = shown; }
+    [[nodiscard]] bool shows_grid() const noexcept { return m_showGrid; }
 
     /// The height of every row in a font.
     [[nodiscard]] static int row_height(const QFontMetrics& metrics);
@@ -28,8 +28,8 @@ protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;
 
 private:
-    bool m_show_tips = true;
-    bool m_show_grid = false;
+    bool m_showTips = true;
+    bool m_showGrid = false;
 };
 
 } // namespace cw

@@ -70,7 +70,7 @@ QAction* frame_menus::add_command(QMenu& popup, const QString& text, std::uint32
 
 void frame_menus::refresh(QMenu& popup, std::span<const menu_item> table)
 {
-    if (m_recent_files && is_recent_files_placeholder(table))
+    if (m_recentFiles && is_recent_files_placeholder(table))
         refill_recent_files(popup, table.front());
     for (QAction* action : popup.actions()) {
         const std::uint32_t id = action->data().toUInt();
@@ -95,8 +95,8 @@ void frame_menus::refill_recent_files(QMenu& popup, const menu_item& placeholder
     popup.clear();
     const std::u16string folder = from_qt(QDir::currentPath());
     CString name;
-    for (std::size_t index = 0; index < m_recent_files->GetSize(); ++index) {
-        if (!m_recent_files->GetDisplayName(name, index, folder.c_str(), folder.size(), true))
+    for (std::size_t index = 0; index < m_recentFiles->GetSize(); ++index) {
+        if (!m_recentFiles->GetDisplayName(name, index, folder.c_str(), folder.size(), true))
             break;
         add_command(popup, recent_file_label(index, name), ID_FILE_MRU_FIRST + static_cast<std::uint32_t>(index), true);
     }

@@ -31,7 +31,7 @@ public:
     explicit frame_menus(menu_commands commands) : m_commands(std::move(commands)) {}
 
     /// The list behind the popup of recent files; null leaves its placeholder alone. Borrowed.
-    void set_recent_files(const CRecentFileList* list) noexcept { m_recent_files = list; }
+    void set_recent_files(const CRecentFileList* list) noexcept { m_recentFiles = list; }
     /// The keys that are shown behind the items.
     void set_accelerators(std::span<const accelerator> table) noexcept { m_accelerators = table; }
 
@@ -48,7 +48,7 @@ private:
     [[nodiscard]] QString key_text(std::uint32_t id) const;
 
     menu_commands m_commands;
-    const CRecentFileList* m_recent_files = nullptr;
+    const CRecentFileList* m_recentFiles = nullptr;
     std::span<const accelerator> m_accelerators;
 };
 

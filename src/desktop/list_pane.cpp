@@ -79,7 +79,7 @@ void list_pane::list_changing()
 
 void list_pane::list_selection_changed()
 {
-    m_selection_pending = true;
+    m_selectionPending = true;
     m_fallback.start(0);
 }
 
@@ -140,7 +140,7 @@ void list_pane::catch_up()
             apply_column_widths();
         }
     }
-    if (changed || m_selection_pending)
+    if (changed || m_selectionPending)
         apply_selection();
 }
 
@@ -152,7 +152,7 @@ void list_pane::apply_column_widths()
 
 void list_pane::apply_selection()
 {
-    m_selection_pending = false;
+    m_selectionPending = false;
     const std::size_t row = m_list->GetSelectedRow();
     const QScopedValueRollback applying(m_applying, true);
     if (row == CListCtrl::no_row) {
@@ -208,10 +208,10 @@ void list_pane::contextMenuEvent(QContextMenuEvent* event)
         select_row_under(event->pos());
     } else if (const QModelIndex index = currentIndex(); index.isValid()) {
         scrollTo(index);
-        m_menu_position = viewport()->mapToGlobal(visualRect(index).center());
+        m_menuPosition = viewport()->mapToGlobal(visualRect(index).center());
     }
     m_entry([this] { m_list->RightClick(); });
-    m_menu_position.reset();
+    m_menuPosition.reset();
     event->accept();
 }
 

@@ -28,7 +28,7 @@ public:
     [[nodiscard]] qt_list_model& model_of_list() noexcept { return *m_model; }
     /// Where a menu that was asked for from the keyboard belongs, in screen coordinates; empty while
     /// no such request is being dealt with.
-    [[nodiscard]] std::optional<QPoint> keyboard_menu_position() const noexcept { return m_menu_position; }
+    [[nodiscard]] std::optional<QPoint> keyboard_menu_position() const noexcept { return m_menuPosition; }
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -60,9 +60,9 @@ private:
     cell_delegate* m_delegate;
     QTimer m_fallback;
     bool m_applying = false; // the view follows the control; its signals are echoes
-    bool m_selection_pending = false;
+    bool m_selectionPending = false;
     bool m_sorting = false;
-    std::optional<QPoint> m_menu_position;
+    std::optional<QPoint> m_menuPosition;
 };
 
 } // namespace cw

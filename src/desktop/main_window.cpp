@@ -76,13 +76,13 @@ void main_window::remove_splitter()
 void main_window::add_pane(QWidget& pane, int column, int width_in_pixels)
 {
     if (column == 0)
-        m_first_pane_width_in_pixels = width_in_pixels;
+        m_firstPaneWidthInPixels = width_in_pixels;
     m_splitter->insertWidget(column, &pane);
     const int last = m_splitter->count() - 1;
     for (int index = 0; index <= last; ++index)
         m_splitter->setStretchFactor(index, index == last ? 1 : 0);
-    const int rest = width() - m_first_pane_width_in_pixels - m_splitter->handleWidth();
-    m_splitter->setSizes({m_first_pane_width_in_pixels, std::max(1, rest)});
+    const int rest = width() - m_firstPaneWidthInPixels - m_splitter->handleWidth();
+    m_splitter->setSizes({m_firstPaneWidthInPixels, std::max(1, rest)});
 }
 
 void main_window::make_status_bar()
@@ -95,21 +95,21 @@ void main_window::add_status_pane()
     auto* pane = new elided_label(this);
     pane->setAccessibleName(QStringLiteral("Status text"));
     statusBar()->addWidget(pane, 1);
-    m_status_panes.push_back(pane);
+    m_statusPanes.push_back(pane);
 }
 
 void main_window::set_status_text(int pane, const QString& text)
 {
-    if (pane < 0 || pane >= static_cast<int>(m_status_panes.size()))
+    if (pane < 0 || pane >= static_cast<int>(m_statusPanes.size()))
         return;
-    m_status_panes[static_cast<std::size_t>(pane)]->setText(text);
-    m_status_panes[static_cast<std::size_t>(pane)]->setAccessibleDescription(text);
+    m_statusPanes[static_cast<std::size_t>(pane)]->setText(text);
+    m_statusPanes[static_cast<std::size_t>(pane)]->setAccessibleDescription(text);
 }
 
 QString main_window::status_text(int pane) const
 {
-    const bool known = pane >= 0 && pane < static_cast<int>(m_status_panes.size());
-    return known ? m_status_panes[static_cast<std::size_t>(pane)]->text() : QString();
+    const bool known = pane >= 0 && pane < static_cast<int>(m_statusPanes.size());
+    return known ? m_statusPanes[static_cast<std::size_t>(pane)]->text() : QString();
 }
 
 bool main_window::eventFilter(QObject* watched, QEvent* event)

@@ -57,8 +57,8 @@ protected:
 private:
     window_events m_events;
     QSplitter* m_splitter = nullptr;
-    int m_first_pane_width_in_pixels = 0;
-    std::vector<elided_label*> m_status_panes;
+    int m_firstPaneWidthInPixels = 0;
+    std::vector<elided_label*> m_statusPanes;
 };
 
 } // namespace cw

@@ -31,14 +31,14 @@ QWidget* qt_services::parent() const
 
 QString qt_services::run_file_dialog(QFileDialog& dialog)
 {
-    dialog.setOption(QFileDialog::DontUseNativeDialog, !m_native_dialogs);
-    if (!m_last_folder.isEmpty())
-        dialog.setDirectory(m_last_folder);
+    dialog.setOption(QFileDialog::DontUseNativeDialog, !m_nativeDialogs);
+    if (!m_lastFolder.isEmpty())
+        dialog.setDirectory(m_lastFolder);
     const question_scope asking(m_toolkit);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
     const QString path = dialog.selectedFiles().front();
-    m_last_folder = QFileInfo(path).absolutePath();
+    m_lastFolder = QFileInfo(path).absolutePath();
     return path;
 }
 
@@ -65,8 +65,8 @@ std::optional<save_answer> qt_services::choose_file_to_save(const save_question&
     if (!filters.isEmpty())
         dialog.setNameFilters(filters);
     dialog.setDefaultSuffix(to_qt(question.default_extension));
-    if (!m_last_folder.isEmpty())
-        dialog.setDirectory(m_last_folder);
+    if (!m_lastFolder.isEmpty())
+        dialog.setDirectory(m_lastFolder);
     // A proposed name is a name: it must not lead into another folder.
     dialog.selectFile(QFileInfo(to_qt(question.proposed_name)).fileName());
     const QString path = run_file_dialog(dialog);

@@ -22,9 +22,9 @@ public:
     /// With nobody at the screen every question is refused, and messages go to `sink` instead.
     void set_unattended(std::function<void(const QString& message)> sink) { m_unattended = std::move(sink); }
     /// Off: the file dialogs are Qt's own, whatever the desktop offers.
-    void use_native_dialogs(bool native) noexcept { m_native_dialogs = native; }
+    void use_native_dialogs(bool native) noexcept { m_nativeDialogs = native; }
     /// The folder that the next file dialog opens in.
-    [[nodiscard]] const QString& last_folder() const noexcept { return m_last_folder; }
+    [[nodiscard]] const QString& last_folder() const noexcept { return m_lastFolder; }
 
     std::optional<std::u16string> choose_file_to_open(const open_question& question) override;
     std::optional<save_answer> choose_file_to_save(const save_question& question) override;
@@ -44,8 +44,8 @@ private:
 
     qt_toolkit& m_toolkit;
     std::function<void(const QString&)> m_unattended;
-    bool m_native_dialogs = true;
-    QString m_last_folder;
+    bool m_nativeDialogs = true;
+    QString m_lastFolder;
 };
 
 } // namespace cw

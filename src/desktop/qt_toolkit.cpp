@@ -130,9 +130,9 @@ void qt_toolkit::update_window()
 
 void qt_toolkit::set_focus(control_window& control)
 {
-    if (&control == m_tree_control && m_tree)
+    if (&control == m_treeControl && m_tree)
         m_tree->setFocus(Qt::OtherFocusReason);
-    else if (&control == m_list_control && m_list)
+    else if (&control == m_listControl && m_list)
         m_list->setFocus(Qt::OtherFocusReason);
 }
 
@@ -142,7 +142,7 @@ void qt_toolkit::focus_moved(QWidget* widget)
         return;
     const bool in_tree = m_tree && (widget == m_tree || m_tree->isAncestorOf(widget));
     const bool in_list = m_list && (widget == m_list || m_list->isAncestorOf(widget));
-    m_frame->FocusMoved(in_tree ? m_tree_control : in_list ? m_list_control : nullptr);
+    m_frame->FocusMoved(in_tree ? m_treeControl : in_list ? m_listControl : nullptr);
 }
 
 bool qt_toolkit::create_splitter(int rows, int columns, std::uint32_t, std::uint32_t)
@@ -152,26 +152,26 @@ bool qt_toolkit::create_splitter(int rows, int columns, std::uint32_t, std::uint
     if (!m_window || rows != known_rows || columns != known_columns)
         return false;
     m_window->make_splitter();
-    m_has_splitter = true;
+    m_hasSplitter = true;
     return true;
 }
 
 bool qt_toolkit::create_tree_view(int, int column, int width, int, CTreeCtrl& tree)
 {
-    if (!m_has_splitter)
+    if (!m_hasSplitter)
         return false;
     m_tree = new tree_pane(tree, [this](const std::function<void()>& work) { enter(work); });
-    m_tree_control = &tree;
+    m_treeControl = &tree;
     m_window->add_pane(*m_tree, column, width);
     return true;
 }
 
 bool qt_toolkit::create_list_view(int, int column, int width, int, CListCtrl& list)
 {
-    if (!m_has_splitter)
+    if (!m_hasSplitter)
         return false;
     m_list = new list_pane(list, [this](const std::function<void()>& work) { enter(work); });
-    m_list_control = &list;
+    m_listControl = &list;
     m_window->add_pane(*m_list, column, width);
     return true;
 }
@@ -179,9 +179,9 @@ bool qt_toolkit::create_list_view(int, int column, int width, int, CListCtrl& li
 void qt_toolkit::destroy_splitter()
 {
     detach_panes();
-    if (m_window && m_has_splitter)
+    if (m_window && m_hasSplitter)
         m_window->remove_splitter();
-    m_has_splitter = false;
+    m_hasSplitter = false;
 }
 
 void qt_toolkit::detach_panes()
@@ -190,8 +190,8 @@ void qt_toolkit::detach_panes()
         m_tree->detach();
     if (m_list)
         m_list->detach();
-    m_tree_control = nullptr;
-    m_list_control = nullptr;
+    m_treeControl = nullptr;
+    m_listControl = nullptr;
 }
 
 bool qt_toolkit::create_status_bar(std::uint32_t, std::uint32_t)

@@ -83,11 +83,11 @@ private:
 
     CXTPFrameWnd* m_frame = nullptr;
     QPointer<main_window> m_window;
-    bool m_has_splitter = false;
+    bool m_hasSplitter = false;
     QPointer<tree_pane> m_tree;
     QPointer<list_pane> m_list;
-    control_window* m_tree_control = nullptr;
-    control_window* m_list_control = nullptr;
+    control_window* m_treeControl = nullptr;
+    control_window* m_listControl = nullptr;
     frame_menus m_menus;
     std::function<void()> m_destroyed;
 };

@@ -58,7 +58,7 @@ void tree_pane::tree_structure_changing()
 
 void tree_pane::tree_selection_changed()
 {
-    m_selection_pending = true;
+    m_selectionPending = true;
     m_fallback.start(0);
 }
 
@@ -108,7 +108,7 @@ void tree_pane::catch_up()
         if (changed)
             apply_expansion({});
     }
-    if (changed || m_selection_pending)
+    if (changed || m_selectionPending)
         apply_selection();
     apply_wanted_item();
 }
@@ -128,9 +128,9 @@ void tree_pane::apply_expansion(HTREEITEM parent)
 
 void tree_pane::apply_selection()
 {
-    m_selection_pending = false;
-    const HTREEITEM before = std::exchange(m_shown_selection, m_tree->GetSelectedItem());
-    const QModelIndex index = m_model->index_of(m_shown_selection);
+    m_selectionPending = false;
+    const HTREEITEM before = std::exchange(m_shownSelection, m_tree->GetSelectedItem());
+    const QModelIndex index = m_model->index_of(m_shownSelection);
     const bool auto_scroll = hasAutoScroll();
     {
         const QScopedValueRollback applying(m_applying, true);
@@ -141,7 +141,7 @@ void tree_pane::apply_selection()
             selectionModel()->clear();
         setAutoScroll(auto_scroll);
     }
-    m_model->selection_moved(before, m_shown_selection);
+    m_model->selection_moved(before, m_shownSelection);
     // Brings the item into view and, as a person would have to, opens what it lies in.
     if (index.isValid())
         scrollTo(index);

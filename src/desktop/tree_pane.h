@@ -53,8 +53,8 @@ private:
     qt_tree_model* m_model;
     QTimer m_fallback;
     bool m_applying = false; // the view follows the control; its signals are echoes
-    bool m_selection_pending = false;
-    HTREEITEM m_shown_selection;
+    bool m_selectionPending = false;
+    HTREEITEM m_shownSelection;
     std::optional<HTREEITEM> m_wanted;
 };
 

@@ -59,7 +59,7 @@ public:
         while (!has_value && dropped < m_values.size() && is_left_out(dropped))
             ++dropped;
         const auto count = static_cast<UINT>(m_values.size() - dropped);
-        return {count ? m_values.data() + dropped : nullptr, has_value ? &m_value_name : nullptr, count, has_value};
+        return {count ? m_values.data() + dropped : nullptr, has_value ? &m_valueName : nullptr, count, has_value};
     }
 
 private:
@@ -151,7 +151,7 @@ private:
 
     std::vector<VARIANTARG> m_values;
     std::u16string_view m_types;
-    DISPID m_value_name = DISPID_PROPERTYPUT;
+    DISPID m_valueName = DISPID_PROPERTYPUT;
 };
 
 /// What a failing call told about itself; frees the texts.

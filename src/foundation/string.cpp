@@ -140,7 +140,7 @@ string::~string()
 {
     keep();
     memory().release_bytes(std::exchange(m_narrow, nullptr));
-    m_narrow_capacity = 0;
+    m_narrowCapacity = 0;
     memory().release(std::exchange(m_bstr, nullptr));
     if (!is_small())
         memory().release(m_large);
@@ -284,22 +284,22 @@ const char* string::narrow()
 {
     auto make_room = [this](std::size_t size_in_bytes) {
         memory().release_bytes(std::exchange(m_narrow, nullptr));
-        m_narrow_capacity = 0;
+        m_narrowCapacity = 0;
         const std::size_t capacity = (size_in_bytes & ~(narrow_step_in_bytes - 1)) + narrow_step_in_bytes;
         m_narrow = memory().allocate_bytes(capacity);
         if (!m_narrow)
             throw std::bad_alloc();
-        m_narrow_capacity = capacity;
+        m_narrowCapacity = capacity;
     };
 
     const std::size_t usual_size_in_bytes = m_length * 2 + 2;
-    if (m_narrow_capacity <= usual_size_in_bytes || !m_narrow)
+    if (m_narrowCapacity <= usual_size_in_bytes || !m_narrow)
         make_room(usual_size_in_bytes);
-    std::size_t written = to_bytes(m_narrow, m_narrow_capacity, thread_code_page);
+    std::size_t written = to_bytes(m_narrow, m_narrowCapacity, thread_code_page);
     // Two bytes a character are not enough for every charset: UTF-8 takes three.
     if (written == 0 && platform::get_last_error() == platform::error_insufficient_buffer) {
         make_room(to_bytes(nullptr, 0, thread_code_page));
-        written = to_bytes(m_narrow, m_narrow_capacity, thread_code_page);
+        written = to_bytes(m_narrow, m_narrowCapacity, thread_code_page);
     }
     if (written == 0)
         m_narrow[0] = 0;
@@ -320,14 +320,14 @@ BSTR* string::bstr()
 }
 
 string::buffer_scope::buffer_scope(string& target, bool take_bstr, const char* narrow) noexcept
-    : m_target(target), m_take_bstr(take_bstr), m_narrow(narrow)
+    : m_target(target), m_takeBstr(take_bstr), m_narrow(narrow)
 {
 }
 
 string::buffer_scope::~buffer_scope() noexcept(false)
 {
     const std::uint32_t saved = platform::get_last_error();
-    if (m_take_bstr) {
+    if (m_takeBstr) {
         // The callee may have written over the terminator, so the length bounds the search for a zero.
         const std::u16string_view all(m_target.m_bstr ? m_target.m_bstr : u"", SysStringLen(m_target.m_bstr));
         m_target.assign(all.data(), std::min(all.find(u'\0'), all.size()));

@@ -74,7 +74,7 @@ public:
     /// A zero-terminated copy in the thread's code page, valid until the next call on this string or
     /// its end.
     [[nodiscard]] const char* narrow();
-    [[nodiscard]] std::size_t narrow_capacity_in_bytes() const noexcept { return m_narrow_capacity; }
+    [[nodiscard]] std::size_t narrow_capacity_in_bytes() const noexcept { return m_narrowCapacity; }
     /// The address of a BSTR copy, refreshed from the text; the string owns it. An empty text has a
     /// null BSTR.
     [[nodiscard]] BSTR* bstr();
@@ -121,7 +121,7 @@ private:
     std::uint64_t m_length = 0;
     std::uint64_t m_capacity = small_capacity;
     char* m_narrow = nullptr;
-    std::uint64_t m_narrow_capacity = 0;
+    std::uint64_t m_narrowCapacity = 0;
     BSTR m_bstr = nullptr;
 };
 
@@ -135,12 +135,12 @@ public:
     buffer_scope(const buffer_scope&) = delete;
     buffer_scope& operator=(const buffer_scope&) = delete;
 
-    void take_from_bstr() noexcept { m_take_bstr = true; }
+    void take_from_bstr() noexcept { m_takeBstr = true; }
     void take_from(const char* narrow) noexcept { m_narrow = narrow; }
 
 private:
     string& m_target;
-    bool m_take_bstr;
+    bool m_takeBstr;
     const char* m_narrow;
 };
 

@@ -10,7 +10,7 @@ void control_window::add_style(std::uint32_t bits)
 
 void control_window::set_extended_style(std::uint32_t bits)
 {
-    m_extended_style = bits;
+    m_extendedStyle = bits;
     style_changed();
 }
 

@@ -35,7 +35,7 @@ bool CXTPFrameWnd::LoadFrame(std::uint32_t resource_id, std::uint32_t style)
     frame_create_parameters parameters{.resource_id = resource_id, .style = style};
     if (!PreCreateWindow(parameters) || !m_toolkit.create_window(parameters))
         return false;
-    m_has_window = true;
+    m_hasWindow = true;
 
     // Also where an exception leaves the creation, no half-made window stays.
     struct unfinished_window {
@@ -54,7 +54,7 @@ bool CXTPFrameWnd::LoadFrame(std::uint32_t resource_id, std::uint32_t style)
 
 void CXTPFrameWnd::destroy_window()
 {
-    m_has_window = false;
+    m_hasWindow = false;
     m_focus = nullptr;
     m_toolkit.destroy_window();
 }
@@ -78,15 +78,15 @@ void CXTPFrameWnd::Guard(const std::function<void()>& work)
 void CXTPFrameWnd::run_idle()
 {
     // Views that catch up ask for the state of commands, which are entries of their own.
-    if (!m_idle || m_idle_running)
+    if (!m_idle || m_idleRunning)
         return;
-    m_idle_running = true;
+    m_idleRunning = true;
     try {
         m_idle();
     } catch (...) {
         report_unhandled();
     }
-    m_idle_running = false;
+    m_idleRunning = false;
 }
 
 void CXTPFrameWnd::report_unhandled() noexcept
@@ -144,7 +144,7 @@ bool CXTPFrameWnd::KeyDown(const key_message& key)
 
 void CXTPFrameWnd::Close()
 {
-    if (!m_has_window)
+    if (!m_hasWindow)
         return;
     Guard([this] { OnClose(); });
 }
@@ -162,22 +162,22 @@ void CXTPFrameWnd::SetIdleSink(std::function<void()> sink)
 void CXTPFrameWnd::SetTitle(std::u16string_view title)
 {
     m_title = title;
-    if (m_has_window)
+    if (m_hasWindow)
         m_toolkit.set_title(m_title);
 }
 
 void CXTPFrameWnd::SetStatusText(int pane, std::u16string_view text)
 {
     if (pane == 0)
-        m_status_text = text;
-    if (m_has_window)
+        m_statusText = text;
+    if (m_hasWindow)
         m_toolkit.set_status_text(pane, text);
 }
 
 void CXTPFrameWnd::SetFocus(control_window& control)
 {
     m_focus = &control;
-    if (m_has_window)
+    if (m_hasWindow)
         m_toolkit.set_focus(control);
 }
 

@@ -23,7 +23,7 @@ public:
     /// Makes the window: `PreCreateWindow`, the toolkit's window, `OnCreate` (within which the base
     /// calls `OnCreateClient`). False where any of them refuses; the window is then destroyed.
     bool LoadFrame(std::uint32_t resource_id, std::uint32_t style);
-    [[nodiscard]] bool HasWindow() const noexcept { return m_has_window; }
+    [[nodiscard]] bool HasWindow() const noexcept { return m_hasWindow; }
 
     // Entries from the window: each is a boundary that no exception passes. An exception that no
     // site caught ends here with one line on standard error (see `SetUnhandledSink`); what was done
@@ -67,7 +67,7 @@ public:
 
     [[nodiscard]] const std::u16string& GetTitle() const noexcept { return m_title; }
     void SetTitle(std::u16string_view title);
-    [[nodiscard]] const std::u16string& GetStatusText() const noexcept { return m_status_text; }
+    [[nodiscard]] const std::u16string& GetStatusText() const noexcept { return m_statusText; }
     void SetStatusText(int pane, std::u16string_view text);
     [[nodiscard]] control_window* GetFocus() const noexcept { return m_focus; }
     /// Moves the focus, through the toolkit.
@@ -103,11 +103,11 @@ private:
 
     frame_toolkit& m_toolkit;
     frame_services& m_services;
-    bool m_has_window = false;
+    bool m_hasWindow = false;
     int m_depth = 0; // entries from the window that are running
-    bool m_idle_running = false;
+    bool m_idleRunning = false;
     std::u16string m_title;
-    std::u16string m_status_text;
+    std::u16string m_statusText;
     control_window* m_focus = nullptr;
     std::span<const accelerator> m_accelerators;
     std::function<void(std::u16string_view)> m_unhandled;

@@ -33,21 +33,21 @@ bool headless_toolkit::record(std::u16string_view operation, const Arguments&...
 
 std::u16string_view headless_toolkit::status_text(std::size_t pane) const noexcept
 {
-    return pane < m_status_texts.size() ? std::u16string_view(m_status_texts[pane]) : std::u16string_view{};
+    return pane < m_statusTexts.size() ? std::u16string_view(m_statusTexts[pane]) : std::u16string_view{};
 }
 
 bool headless_toolkit::create_window(const frame_create_parameters& parameters)
 {
     m_parameters = parameters;
-    m_has_window = record(u"create_window", parameters.resource_id, parameters.style, parameters.class_name,
-                          parameters.class_style, parameters.icon_id);
-    return m_has_window;
+    m_hasWindow = record(u"create_window", parameters.resource_id, parameters.style, parameters.class_name,
+                         parameters.class_style, parameters.icon_id);
+    return m_hasWindow;
 }
 
 void headless_toolkit::destroy_window()
 {
     record(u"destroy_window");
-    m_has_window = false;
+    m_hasWindow = false;
     m_focus = nullptr;
 }
 
@@ -109,9 +109,9 @@ void headless_toolkit::set_status_text(int pane, std::u16string_view text)
     if (pane < 0)
         return;
     const auto place = static_cast<std::size_t>(pane);
-    if (place >= m_status_texts.size())
-        m_status_texts.resize(place + 1);
-    m_status_texts[place] = text;
+    if (place >= m_statusTexts.size())
+        m_statusTexts.resize(place + 1);
+    m_statusTexts[place] = text;
 }
 
 bool headless_toolkit::init_command_bars()

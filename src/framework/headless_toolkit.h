@@ -22,7 +22,7 @@ public:
     /// something can fail.
     void fail(std::u16string_view operation) { m_failing.emplace(operation); }
 
-    [[nodiscard]] bool has_window() const noexcept { return m_has_window; }
+    [[nodiscard]] bool has_window() const noexcept { return m_hasWindow; }
     [[nodiscard]] const std::u16string& title() const noexcept { return m_title; }
     /// Empty for a pane that never got a text.
     [[nodiscard]] std::u16string_view status_text(std::size_t pane) const noexcept;
@@ -58,10 +58,10 @@ private:
 
     std::vector<std::u16string> m_calls;
     std::set<std::u16string, std::less<>> m_failing;
-    bool m_has_window = false;
+    bool m_hasWindow = false;
     frame_create_parameters m_parameters;
     std::u16string m_title;
-    std::vector<std::u16string> m_status_texts;
+    std::vector<std::u16string> m_statusTexts;
     std::span<const menu_item> m_menu;
     std::span<const accelerator> m_accelerators;
     control_window* m_focus = nullptr;

@@ -66,15 +66,15 @@ CListCtrl::cell CListCtrl::store_text(std::u16string_view text)
 
 void CListCtrl::drop_text(const cell& dropped)
 {
-    m_unused_units += dropped.length;
+    m_unusedUnits += dropped.length;
 }
 
 /// Closes the gaps once they are an eighth of what is used.
 void CListCtrl::compact()
 {
     constexpr std::size_t worth_the_work = 1024;
-    const std::size_t used = m_texts.size() - m_unused_units;
-    if (m_unused_units < worth_the_work || m_unused_units < used / 8)
+    const std::size_t used = m_texts.size() - m_unusedUnits;
+    if (m_unusedUnits < worth_the_work || m_unusedUnits < used / 8)
         return;
     std::vector<char16_t> packed;
     packed.reserve(used + used / 8);
@@ -85,7 +85,7 @@ void CListCtrl::compact()
         packed.insert(packed.end(), first, first + static_cast<std::ptrdiff_t>(kept.length));
     }
     m_texts = std::move(packed);
-    m_unused_units = 0;
+    m_unusedUnits = 0;
 }
 
 void CListCtrl::InsertColumn(std::size_t index, std::u16string_view label, int width_in_pixels)
@@ -94,11 +94,11 @@ void CListCtrl::InsertColumn(std::size_t index, std::u16string_view label, int w
     const std::size_t before = m_columns.size();
     index = std::min(index, before);
     m_columns.insert(m_columns.begin() + static_cast<std::ptrdiff_t>(index), {std::u16string(label), width_in_pixels});
-    if (m_row_count == 0)
+    if (m_rowCount == 0)
         return;
     std::vector<cell> widened;
-    widened.reserve(m_row_count * m_columns.size());
-    for (std::size_t row = 0; row < m_row_count; ++row) {
+    widened.reserve(m_rowCount * m_columns.size());
+    for (std::size_t row = 0; row < m_rowCount; ++row) {
         const auto first = m_cells.begin() + static_cast<std::ptrdiff_t>(row * before);
         const auto gap = first + static_cast<std::ptrdiff_t>(index);
         widened.insert(widened.end(), first, gap);
@@ -116,7 +116,7 @@ bool CListCtrl::DeleteColumn(std::size_t index)
     changing();
     m_columns.erase(m_columns.begin() + static_cast<std::ptrdiff_t>(index));
     std::vector<cell> narrowed;
-    narrowed.reserve(m_row_count * m_columns.size());
+    narrowed.reserve(m_rowCount * m_columns.size());
     for (std::size_t place = 0; place < m_cells.size(); ++place)
         if (place % before == index)
             drop_text(m_cells[place]);
@@ -130,10 +130,10 @@ bool CListCtrl::DeleteColumn(std::size_t index)
 std::size_t CListCtrl::InsertItem(std::size_t row, std::u16string_view text, std::optional<int> image)
 {
     changing();
-    row = std::min(row, m_row_count);
+    row = std::min(row, m_rowCount);
     if (image && m_images.empty()) {
-        make_room(m_images, m_row_count + 1);
-        m_images.assign(m_row_count, no_image);
+        make_room(m_images, m_rowCount + 1);
+        m_images.assign(m_rowCount, no_image);
     }
     if (!m_columns.empty()) {
         const cell first = store_text(text);
@@ -145,15 +145,15 @@ std::size_t CListCtrl::InsertItem(std::size_t row, std::u16string_view text, std
         make_room(m_images, 1);
         m_images.insert(m_images.begin() + static_cast<std::ptrdiff_t>(row), image.value_or(no_image));
     }
-    ++m_row_count;
-    if (m_selected_row != no_row && row <= m_selected_row)
-        ++m_selected_row;
+    ++m_rowCount;
+    if (m_selectedRow != no_row && row <= m_selectedRow)
+        ++m_selectedRow;
     return row;
 }
 
 bool CListCtrl::SetItemText(std::size_t row, std::size_t column, std::u16string_view text)
 {
-    if (row >= m_row_count || column >= m_columns.size())
+    if (row >= m_rowCount || column >= m_columns.size())
         return false;
     changing();
     const std::size_t place = row * m_columns.size() + column;
@@ -166,7 +166,7 @@ bool CListCtrl::SetItemText(std::size_t row, std::size_t column, std::u16string_
 
 std::u16string_view CListCtrl::GetItemText(std::size_t row, std::size_t column) const noexcept
 {
-    if (row >= m_row_count || column >= m_columns.size())
+    if (row >= m_rowCount || column >= m_columns.size())
         return {};
     const cell& found = m_cells[row * m_columns.size() + column];
     return {m_texts.data() + found.start, found.length};
@@ -186,32 +186,32 @@ void CListCtrl::DeleteAllItems()
     give_back(m_texts);
     give_back(m_cells);
     give_back(m_images);
-    m_unused_units = 0;
-    m_row_count = 0;
+    m_unusedUnits = 0;
+    m_rowCount = 0;
     SelectRow(no_row);
 }
 
 void CListCtrl::SelectRow(std::size_t row)
 {
-    if (row == m_selected_row || (row != no_row && row >= m_row_count))
+    if (row == m_selectedRow || (row != no_row && row >= m_rowCount))
         return;
-    m_selected_row = row;
+    m_selectedRow = row;
     if (m_observer)
         m_observer->list_selection_changed();
 }
 
 void CListCtrl::SetSmallImages(const image_list* images)
 {
-    if (images == m_small_images)
+    if (images == m_smallImages)
         return;
-    m_small_images = images;
+    m_smallImages = images;
     if (m_observer)
         m_observer->list_images_changed();
 }
 
 void CListCtrl::SortItems(const std::function<int(std::size_t, std::size_t)>& compare)
 {
-    std::vector<std::size_t> order(m_row_count);
+    std::vector<std::size_t> order(m_rowCount);
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::ranges::stable_sort(order, [&](std::size_t a, std::size_t b) { return compare(a, b) < 0; });
 
@@ -228,8 +228,8 @@ void CListCtrl::SortItems(const std::function<int(std::size_t, std::size_t)>& co
     }
     m_cells = std::move(cells);
     m_images = std::move(images);
-    if (m_selected_row != no_row)
-        m_selected_row = static_cast<std::size_t>(std::ranges::find(order, m_selected_row) - order.begin());
+    if (m_selectedRow != no_row)
+        m_selectedRow = static_cast<std::size_t>(std::ranges::find(order, m_selectedRow) - order.begin());
 }
 
 std::size_t CListCtrl::storage_in_bytes() const noexcept
@@ -240,7 +240,7 @@ std::size_t CListCtrl::storage_in_bytes() const noexcept
 void CListCtrl::ClickHeader(std::size_t column)
 {
     constexpr std::uint32_t header_control_id = 0;
-    m_clicked_column = column;
+    m_clickedColumn = column;
     notify_from(header_control_id, HDN_ITEMCLICKW);
 }
 

@@ -55,20 +55,20 @@ public:
     /// Empty where there is no such cell. Valid until the next change of the list.
     [[nodiscard]] std::u16string_view GetItemText(std::size_t row, std::size_t column) const noexcept;
     [[nodiscard]] std::optional<int> GetItemImage(std::size_t row) const noexcept;
-    [[nodiscard]] std::size_t GetItemCount() const noexcept { return m_row_count; }
+    [[nodiscard]] std::size_t GetItemCount() const noexcept { return m_rowCount; }
     void DeleteAllItems();
 
     /// The selected row or `no_row`. `SelectRow(no_row)` clears it.
-    [[nodiscard]] std::size_t GetSelectedRow() const noexcept { return m_selected_row; }
+    [[nodiscard]] std::size_t GetSelectedRow() const noexcept { return m_selectedRow; }
     /// A row that is not there changes nothing.
     void SelectRow(std::size_t row);
     [[nodiscard]] std::size_t GetSelectedCount() const noexcept { return GetSelectedRow() == no_row ? 0 : 1; }
 
     /// The small image list; the frame keeps it alive. Null before the first is set.
     void SetSmallImages(const image_list* images);
-    [[nodiscard]] const image_list* GetSmallImages() const noexcept { return m_small_images; }
-    void SetNormalImages(const image_list* images) noexcept { m_normal_images = images; }
-    [[nodiscard]] const image_list* GetNormalImages() const noexcept { return m_normal_images; }
+    [[nodiscard]] const image_list* GetSmallImages() const noexcept { return m_smallImages; }
+    void SetNormalImages(const image_list* images) noexcept { m_normalImages = images; }
+    [[nodiscard]] const image_list* GetNormalImages() const noexcept { return m_normalImages; }
 
     /// Sorts stably by a comparison of two current row indices (negative, 0, positive). The selected
     /// row stays the same record.
@@ -80,7 +80,7 @@ public:
 
     // Sent by the view.
     void ClickHeader(std::size_t column);
-    [[nodiscard]] std::size_t GetClickedColumn() const noexcept { return m_clicked_column; }
+    [[nodiscard]] std::size_t GetClickedColumn() const noexcept { return m_clickedColumn; }
     void RightClick() const { notify(NM_RCLICK); }
 
     void SetObserver(list_observer* observer) noexcept { m_observer = observer; }
@@ -104,14 +104,14 @@ private:
 
     std::vector<list_column> m_columns;
     std::vector<char16_t> m_texts;      // of all cells, in the order in which they came
-    std::size_t m_unused_units = 0;     // of `m_texts`, left behind by cells that changed
+    std::size_t m_unusedUnits = 0;      // of `m_texts`, left behind by cells that changed
     std::vector<cell> m_cells;          // column count times row count, row by row
     std::vector<std::int32_t> m_images; // one a row, or empty while no row has an image
-    std::size_t m_row_count = 0;
-    std::size_t m_selected_row = no_row;
-    std::size_t m_clicked_column = 0;
-    const image_list* m_small_images = nullptr;
-    const image_list* m_normal_images = nullptr;
+    std::size_t m_rowCount = 0;
+    std::size_t m_selectedRow = no_row;
+    std::size_t m_clickedColumn = 0;
+    const image_list* m_smallImages = nullptr;
+    const image_list* m_normalImages = nullptr;
     list_observer* m_observer = nullptr;
 };
 

@@ -46,8 +46,8 @@ std::u16string_view without_trailing_separator(std::u16string_view folder)
 
 CRecentFileList::CRecentFileList(std::uint32_t first_index, std::u16string_view section,
                                  std::u16string_view entry_format, std::size_t size, std::size_t longest_display_length)
-    : m_first_index(first_index), m_section(section), m_entry_format(entry_format),
-      m_longest_display_length(longest_display_length), m_entries(size)
+    : m_firstIndex(first_index), m_section(section), m_entryFormat(entry_format),
+      m_longestDisplayLength(longest_display_length), m_entries(size)
 {
 }
 
@@ -84,7 +84,7 @@ bool CRecentFileList::GetDisplayName(CString& name, std::size_t index, const cha
     const std::u16string_view directory = without_trailing_separator({current_directory, length});
     if (same_file(parts.folder, directory))
         name = CString(parts.file_name);
-    else if (entry.view().size() <= m_longest_display_length)
+    else if (entry.view().size() <= m_longestDisplayLength)
         name = entry;
     else
         name = CString(keep_file_name ? parts.file_name : std::u16string_view{});
@@ -94,7 +94,7 @@ bool CRecentFileList::GetDisplayName(CString& name, std::size_t index, const cha
 std::u16string CRecentFileList::entry_name(std::size_t index) const
 {
     string name;
-    name.format(m_entry_format.c_str(), static_cast<int>(index + 1));
+    name.format(m_entryFormat.c_str(), static_cast<int>(index + 1));
     return std::u16string(name.view());
 }
 

@@ -36,7 +36,7 @@ public:
     virtual void WriteList();
 
     /// The number that a menu shows before the first entry.
-    [[nodiscard]] std::uint32_t GetFirstIndex() const noexcept { return m_first_index; }
+    [[nodiscard]] std::uint32_t GetFirstIndex() const noexcept { return m_firstIndex; }
     /// The number of places, not of entries.
     [[nodiscard]] std::size_t GetSize() const noexcept { return m_entries.size(); }
     /// Empty for a place without an entry; throws `invalid_argument_exception` beyond the size.
@@ -45,10 +45,10 @@ public:
 private:
     [[nodiscard]] std::u16string entry_name(std::size_t index) const;
 
-    std::uint32_t m_first_index;
+    std::uint32_t m_firstIndex;
     std::u16string m_section;
-    std::u16string m_entry_format;
-    std::size_t m_longest_display_length;
+    std::u16string m_entryFormat;
+    std::size_t m_longestDisplayLength;
     std::vector<CString> m_entries;
 };
 

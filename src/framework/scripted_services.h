@@ -45,10 +45,10 @@ public:
     [[nodiscard]] std::vector<asked_question> take_questions() { return std::exchange(m_questions, {}); }
     [[nodiscard]] std::vector<shown_message> take_messages() { return std::exchange(m_messages, {}); }
     [[nodiscard]] std::vector<std::u16string> take_opened() { return std::exchange(m_opened, {}); }
-    [[nodiscard]] std::vector<std::u16string> take_help_topics() { return std::exchange(m_help_topics, {}); }
+    [[nodiscard]] std::vector<std::u16string> take_help_topics() { return std::exchange(m_helpTopics, {}); }
     /// The command numbers of each context menu that was shown.
     [[nodiscard]] std::vector<std::vector<std::uint32_t>> take_menus() { return std::exchange(m_menus, {}); }
-    [[nodiscard]] int about_count() const noexcept { return m_about_count; }
+    [[nodiscard]] int about_count() const noexcept { return m_aboutCount; }
     /// The text on the clipboard; none before the first.
     [[nodiscard]] const std::optional<std::u16string>& clipboard() const noexcept { return m_clipboard; }
 
@@ -57,11 +57,11 @@ public:
     std::optional<std::u16string> ask_password(const password_question& question) override;
     std::optional<std::u16string> ask_find_text(const find_question& question) override;
     void show_message(std::u16string_view text, message_icon icon) override;
-    void show_about() override { ++m_about_count; }
+    void show_about() override { ++m_aboutCount; }
     void show_context_menu(std::span<const menu_item> items) override;
     void put_on_clipboard(std::u16string_view text) override { m_clipboard = text; }
     void open_with_desktop(std::u16string_view path) override { m_opened.emplace_back(path); }
-    void show_help(std::u16string_view topic_path) override { m_help_topics.emplace_back(topic_path); }
+    void show_help(std::u16string_view topic_path) override { m_helpTopics.emplace_back(topic_path); }
 
 private:
     static constexpr std::size_t kind_count = 4;
@@ -71,9 +71,9 @@ private:
     std::vector<asked_question> m_questions;
     std::vector<shown_message> m_messages;
     std::vector<std::u16string> m_opened;
-    std::vector<std::u16string> m_help_topics;
+    std::vector<std::u16string> m_helpTopics;
     std::vector<std::vector<std::uint32_t>> m_menus;
-    int m_about_count = 0;
+    int m_aboutCount = 0;
     std::optional<std::u16string> m_clipboard;
 };
 

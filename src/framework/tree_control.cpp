@@ -89,7 +89,7 @@ HTREEITEM CTreeCtrl::InsertItem(std::u16string_view text, std::optional<tree_ite
         added.row = static_cast<std::uint32_t>(above.rows.size());
         above.rows.push_back(index);
     }
-    ++m_live_count;
+    ++m_liveCount;
     return handle(index);
 }
 
@@ -101,7 +101,7 @@ void CTreeCtrl::retire(std::uint32_t index)
     // An entry that has used up its generations is given up.
     if (next_generation != std::numeric_limits<std::uint32_t>::max())
         m_free.push_back(index);
-    --m_live_count;
+    --m_liveCount;
 }
 
 void CTreeCtrl::release(std::uint32_t index)

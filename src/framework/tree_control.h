@@ -95,7 +95,7 @@ public:
     [[nodiscard]] std::size_t GetChildCount(HTREEITEM item) const; // of the root level for null
     [[nodiscard]] HTREEITEM GetChildAt(HTREEITEM item, std::size_t row) const;
     [[nodiscard]] std::size_t GetRow(HTREEITEM item) const;
-    [[nodiscard]] std::size_t GetItemCount() const noexcept { return m_live_count; }
+    [[nodiscard]] std::size_t GetItemCount() const noexcept { return m_liveCount; }
 
     /// Null for none. The observer must outlive its registration.
     void SetObserver(tree_observer* observer) noexcept { m_observer = observer; }
@@ -134,7 +134,7 @@ private:
     // used again, so a stale handle never matches.
     mutable std::vector<entry> m_items;
     std::vector<std::uint32_t> m_free;
-    std::size_t m_live_count = 0;
+    std::size_t m_liveCount = 0;
     HTREEITEM m_selected;
     const image_list* m_images = nullptr;
     tree_observer* m_observer = nullptr;

@@ -147,7 +147,7 @@ recording_window::~recording_window()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-program_window::program_window() : m_in_use(made()), m_application(*this)
+program_window::program_window() : m_inUse(made()), m_application(*this)
 {
     forget_loaded_libraries();
     libraries.add_fixture_media();

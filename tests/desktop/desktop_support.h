@@ -112,7 +112,7 @@ public:
 private:
     [[nodiscard]] platform::services made();
 
-    platform::scoped_services m_in_use;
+    platform::scoped_services m_inUse;
     std::vector<std::u16string> m_arguments;
     CCwCabVu3App m_application;
 };

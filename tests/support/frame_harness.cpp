@@ -43,7 +43,7 @@ void library_folder::add_fixture_media()
 void library_folder::add(std::string_view file_name, dll_get_class_object entry_point)
 {
     m_folder.write(file_name, "");
-    m_entry_points[m_folder.wide_file(file_name)] = entry_point;
+    m_entryPoints[m_folder.wide_file(file_name)] = entry_point;
 }
 
 void library_folder::remove(std::string_view file_name)
@@ -61,13 +61,13 @@ std::uint32_t library_folder::module_file_name(char16_t* target, std::uint32_t r
 
 void* library_folder::load_library(const char16_t* path) noexcept
 {
-    const auto own = m_entry_points.find(path);
-    return own == m_entry_points.end() ? m_real.load_library(path) : &own->second;
+    const auto own = m_entryPoints.find(path);
+    return own == m_entryPoints.end() ? m_real.load_library(path) : &own->second;
 }
 
 void* library_folder::find_export(void* library, const char* name) noexcept
 {
-    for (auto& [path, entry_point] : m_entry_points)
+    for (auto& [path, entry_point] : m_entryPoints)
         if (&entry_point == library)
             return reinterpret_cast<void*>(entry_point);
     return m_real.find_export(library, name);
@@ -78,7 +78,7 @@ std::u16string library_folder::load_failure()
     return m_real.load_failure();
 }
 
-frame_harness::frame_harness() : m_in_use(made()), m_application(*this)
+frame_harness::frame_harness() : m_inUse(made()), m_application(*this)
 {
     forget_loaded_libraries();
     libraries.add_fixture_media();

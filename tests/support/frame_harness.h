@@ -53,7 +53,7 @@ public:
 private:
     const temporary_folder& m_folder;
     platform::loader& m_real;
-    std::map<std::u16string, dll_get_class_object> m_entry_points;
+    std::map<std::u16string, dll_get_class_object> m_entryPoints;
 };
 
 /// A program, its person and its surroundings. User settings live as long as the object.
@@ -116,7 +116,7 @@ private:
     void note(std::string line);
     [[nodiscard]] platform::services made();
 
-    platform::scoped_services m_in_use;
+    platform::scoped_services m_inUse;
     mutable std::vector<std::u16string> m_arguments;
     std::vector<std::string> m_unhandled;
     CCwCabVu3App m_application;

@@ -254,6 +254,6 @@ platform::services scripted_services::made() noexcept
     return set;
 }
 
-scripted_services::scripted_services() : m_in_use(made()) {}
+scripted_services::scripted_services() : m_inUse(made()) {}
 
 } // namespace cw::test_support

@@ -155,7 +155,7 @@ public:
 
 private:
     platform::services made() noexcept;
-    platform::scoped_services m_in_use;
+    platform::scoped_services m_inUse;
 };
 
 } // namespace cw::test_support
