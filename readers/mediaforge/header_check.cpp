@@ -4,7 +4,10 @@
 #include "readers/mediaforge/text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace cw::mediaforge {
@@ -90,6 +93,45 @@ void check_numbering(database& source, const std::string& table)
         contradict(source, "table " + table + ", the numbers do not run from 1 to " + std::to_string(count));
 }
 
+/// What tables whose size follows the features' may not hold: rows that name what is not there, and
+/// sizes below zero. Components and files are left to the reading of each: there can be a million,
+/// and opening must not cost more for it.
+struct row_rule {
+    std::string_view table;
+    std::string_view fault;
+    std::string_view broken; // a condition that holds for a row that breaks the rule
+};
+constexpr auto row_rules = std::to_array<row_rule>({
+    {"feature_component", "a feature that is not there",
+     "typeof(feature) = 'integer' AND feature NOT IN (SELECT id FROM feature)"},
+    {"feature_component", "a component that is not there",
+     "typeof(component) = 'integer' AND component NOT IN (SELECT id FROM component)"},
+    {"feature_requirement", "a feature that is not there",
+     "typeof(feature) = 'integer' AND feature NOT IN (SELECT id FROM feature)"},
+    {"feature_requirement", "a required feature that is not there",
+     "typeof(required) = 'integer' AND required NOT IN (SELECT id FROM feature)"},
+    {"setup_type_feature", "a setup type that is not there",
+     "typeof(setup_type) = 'integer' AND setup_type NOT IN (SELECT id FROM setup_type)"},
+    {"setup_type_feature", "a feature that is not there",
+     "typeof(feature) = 'integer' AND feature NOT IN (SELECT id FROM feature)"},
+    {"registry_set_component", "a registry set that is not there",
+     "typeof(registry_set) = 'integer' AND registry_set NOT IN (SELECT id FROM registry_set)"},
+    {"registry_set_component", "a component that is not there",
+     "typeof(component) = 'integer' AND component NOT IN (SELECT id FROM component)"},
+    {"volume", "a size below zero", "size < 0 OR entries < 0"},
+});
+
+void check_row_rules(database& source)
+{
+    for (const row_rule& rule : row_rules) {
+        const std::string table(rule.table);
+        statement query(source, "SELECT EXISTS (SELECT 1 FROM " + table + " WHERE " + std::string(rule.broken) + ")");
+        (void)query.step();
+        if (query.integer(0) != 0)
+            contradict(source, "table " + table + ", a row has " + std::string(rule.fault));
+    }
+}
+
 } // namespace
 
 bool is_database(formats::byte_view first_bytes) noexcept
@@ -149,6 +191,7 @@ void check_rows(database& source, header_rows& queries)
     check_tree(source, "shell_folder");
     for (const char* table : {"component", "setup_type", "registry_set"})
         check_numbering(source, table);
+    check_row_rules(source);
 }
 
 } // namespace cw::mediaforge

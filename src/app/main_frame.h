@@ -83,6 +83,7 @@ public:
     /// Whether the open log's main feature was read.
     [[nodiscard]] bool HasLog() const noexcept { return static_cast<bool>(m_rootFeatureLog); }
 
+    [[nodiscard]] bool HasMediaFactory() const noexcept { return static_cast<bool>(m_mediaFactory); }
     [[nodiscard]] bool HasLogLoader() const noexcept { return static_cast<bool>(m_logLoader); }
 
     /// Gets the commands that the frame has no entry for; answers whether it took one.

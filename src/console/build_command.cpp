@@ -13,6 +13,8 @@
 namespace cw::console {
 namespace {
 
+constexpr std::uint64_t largest_size_in_bytes = 1ull << 30;
+
 struct build_arguments {
     std::string manifest;
     std::string folder;
@@ -33,6 +35,8 @@ std::string read_password(const std::string& file)
         line.pop_back();
     if (line.empty())
         throw std::runtime_error(file + ": the password is empty");
+    if (line.find('\0') != line.npos)
+        throw std::runtime_error(file + ": the password holds a zero, which nobody can type");
     return line;
 }
 
@@ -70,9 +74,9 @@ void add_build_command(CLI::App& app, action& chosen)
     command->add_option("--password-file", arguments->password_file,
                         "Protect the media with the password in the first line of this file");
     command->add_option("--volume-size", arguments->volume_size_in_bytes, "Largest size of a volume in bytes")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(std::uint64_t{1}, largest_size_in_bytes));
     command->add_option("--folder-size", arguments->folder_size_in_bytes, "Largest unpacked size of a folder in bytes")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(std::uint64_t{1}, largest_size_in_bytes));
     command->callback([arguments, &chosen] { chosen = [arguments] { return build(*arguments); }; });
 }
 

@@ -21,7 +21,11 @@ headless_application::headless_application() : m_application(*this)
 {
     if (!m_application.InitInstance() || !frame().HasWindow())
         throw std::runtime_error("the frame could not be made");
-    frame().SetUnhandledSink([this](std::u16string_view line) { m_unhandled.emplace_back(line); });
+    frame().SetUnhandledSink([this](std::u16string_view line) {
+        // The line names the window's program; the companion names itself.
+        const std::size_t colon = line.find(u": ");
+        m_unhandled.emplace_back(colon == line.npos ? line : line.substr(colon + 2));
+    });
 }
 
 headless_application::~headless_application()
@@ -48,7 +52,8 @@ std::optional<std::u16string> headless_application::open(std::u16string_view abs
         return u"a password is needed to open it";
     // What stays silent in the window is told here, where there is no window to show it.
     if (!opened)
-        return library_missing(media_library_name);
+        return frame().HasMediaFactory() ? u"the reader gave neither a media nor an error"
+                                         : library_missing(media_library_name);
     if (!frame().HasMedia() && !frame().HasLog())
         return frame().HasLogLoader() ? u"the log cannot be read" : library_missing(log_library_name);
     return {};
@@ -65,8 +70,14 @@ std::optional<std::u16string> headless_application::run_command(std::uint32_t id
 
 std::u16string absolute_path(const std::string& argument)
 {
+    if (argument.empty())
+        throw std::runtime_error("the name of the file is empty");
     // Not made shorter: "link/.." need not be the folder of the link.
-    return platform::path_from_bytes(std::filesystem::absolute(argument).string());
+    std::error_code failure;
+    const std::filesystem::path path = std::filesystem::absolute(argument, failure);
+    if (failure)
+        throw std::runtime_error(argument + ": the current folder is not there any more");
+    return platform::path_from_bytes(path.string());
 }
 
 } // namespace cw::console

@@ -45,8 +45,8 @@ int show_tree(const tree_options& options)
     if (!failure)
         return exit_done;
     std::cout.flush();
-    std::cerr << "cwcab: " << terminal_text(platform::from_utf8(options.file)) << ": " << terminal_text(*failure)
-              << '\n';
+    // In one piece: other programs may write to the same terminal.
+    std::cerr << "cwcab: " + terminal_text(platform::from_utf8(options.file)) + ": " + terminal_text(*failure) + "\n";
     return exit_failed;
 }
 

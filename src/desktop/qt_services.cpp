@@ -78,8 +78,10 @@ std::optional<save_answer> qt_services::choose_file_to_save(const save_question&
 
 std::optional<std::u16string> qt_services::ask_password(const password_question& question)
 {
-    if (m_unattended)
+    if (m_unattended) {
+        m_unattended(QStringLiteral("%1: a password is needed to open it").arg(to_qt(question.path)));
         return std::nullopt;
+    }
     const question_scope asking(m_toolkit);
     password_dialog dialog(to_qt(question.path), to_qt(question.refusal), parent());
     return dialog.exec() == QDialog::Accepted ? std::optional(from_qt(dialog.password())) : std::nullopt;

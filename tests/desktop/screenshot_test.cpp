@@ -100,7 +100,9 @@ TEST(Screenshot, TellsOfAFileThatDoesNotOpenAndAsksNobody)
     EXPECT_NE(testing::internal::GetCapturedStderr().find("no such volume"), std::string::npos);
     EXPECT_TRUE(QFile::exists(path)) << "the picture shows the window all the same";
     main_window_host host({folder.wide_file("safe.hdr")});
-    EXPECT_EQ(run_for_picture(host, path), 0) << "the password prompt is refused";
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(run_for_picture(host, path), 1) << "the password prompt is refused";
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("a password is needed"), std::string::npos);
 }
 
 } // namespace

@@ -129,6 +129,19 @@ class BadInput(FolderTest):
     def test_feature_without_its_parent(self):
         self.assert_refused(self.changed_header("UPDATE feature SET parent = 999999 WHERE id = 2"))
 
+    def test_dangling_references(self):
+        for statement in ("UPDATE feature_component SET component = 9999 WHERE position = 0",
+                          "UPDATE feature_requirement SET required = 9999",
+                          "INSERT INTO setup_type_feature VALUES (1, 9999)",
+                          "UPDATE registry_set_component SET component = 9999 WHERE position = 0"):
+            with self.subTest(statement):
+                self.assert_refused(self.changed_header(statement), 31)
+
+    def test_negative_sizes(self):
+        for statement in ("UPDATE volume SET size = -1", "UPDATE volume SET entries = -1"):
+            with self.subTest(statement):
+                self.assert_refused(self.changed_header(statement), 31)
+
     def test_missing_table(self):
         self.assert_refused(self.changed_header("DROP TABLE component"))
 

@@ -88,10 +88,10 @@ TEST_F(mediaforge_setup_types, show_features_whole)
     EXPECT_EQ(call(features_of(media.get(), 1).get(), media_collection::Item, 0).result, E_FAIL);
 }
 
-TEST_F(mediaforge_setup_types, that_name_absent_features_fail)
+TEST_F(mediaforge_setup_types, that_name_no_number_fail)
 {
     const std::string path = header({{a}});
-    alter(path, "INSERT INTO setup_type_feature VALUES (1, 99)");
+    alter(path, "INSERT INTO setup_type_feature VALUES (1, 'all')");
     const object media = open(path);
     const object type = item(child(media.get(), media::SetupTypes).get(), 1);
     const outcome answer = call(type.get(), media_setup_type::Features);
