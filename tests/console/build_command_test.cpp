@@ -44,6 +44,19 @@ TEST_F(build_command, writes_a_media_and_tells_what)
     EXPECT_TRUE(wrote("tour1.cab"));
 }
 
+TEST_F(build_command, refuses_sizes_that_make_no_sense)
+{
+    for (const char* size : {"-5", "0", "abc", "1073741825", "99999999999999999999"})
+        for (const char* option : {"--volume-size", "--folder-size"})
+            expect_failure({"build", manifest, "-o", target, option, size}, 2, option);
+}
+
+TEST_F(build_command, refuses_passwords_that_nobody_can_type)
+{
+    const std::string zero = write(std::string("se\0cret\n", 8), "zero");
+    expect_failure({"build", manifest, "-o", target, "--password-file", zero}, 1, "a zero");
+}
+
 TEST_F(build_command, takes_another_name_and_a_long_option)
 {
     const outcome ran = run_program({"build", manifest, "--output", target, "--name", "other"});

@@ -40,6 +40,29 @@ TEST_F(tree_command, prints_the_tree_that_the_window_would_show)
     EXPECT_EQ(ran.error, "");
 }
 
+TEST_F(tree_command, tells_a_reader_that_answers_nothing_from_one_that_is_not_there)
+{
+    const outcome ran = run_program({"tree", write(R"({"media": null})")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_NE(ran.error.find("the reader gave neither a media nor an error"), std::string::npos) << ran.error;
+}
+
+TEST_F(tree_command, names_itself_and_no_other_program_in_errors)
+{
+    const outcome ran = run_program({"tree", write(R"({"media": {"Features": {"fail": "0x80004005"}}})")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_TRUE(ran.error.starts_with("cwcab: ")) << ran.error;
+    EXPECT_NE(ran.error.find(": 0x80004005"), std::string::npos) << ran.error;
+    EXPECT_EQ(ran.error.find("cwcabview"), std::string::npos) << ran.error;
+}
+
+TEST_F(tree_command, wants_the_name_of_a_file)
+{
+    const outcome ran = run_program({"tree", ""});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.error, "cwcab: the name of the file is empty\n");
+}
+
 TEST_F(tree_command, shows_all_subjects_unless_told_otherwise)
 {
     const outcome ran = run_program({"tree", write(sample_model)});
