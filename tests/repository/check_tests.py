@@ -6,11 +6,13 @@ usage: check_tests.py TOP
 import sys
 from pathlib import Path
 
-# Where the tests of a folder stand, and the prefix of their names there.
+# Where the tests of a folder stand, and the prefix of their names there. The reader of real media is
+# tested by subject through its one export, as callers see it.
 PLACES = {
-    "src": "tests",
-    "authoring": "tests/authoring",
-    "formats": "tests/formats",
+    "src": ("tests", ""),
+    "authoring": ("tests/authoring", ""),
+    "formats": ("tests/formats", ""),
+    "readers/fixture": ("tests/readers", "fixture_"),
 }
 # Sources whose behaviour is that of another: its test is theirs.
 TESTED_BY = {}
@@ -21,12 +23,12 @@ def main():
     top = Path(sys.argv[1])
     faults = []
     count = 0
-    for folder, tests in PLACES.items():
+    for folder, (tests, prefix) in PLACES.items():
         for source in sorted((top / folder).rglob("*.cpp")):
             path = source.relative_to(top).as_posix()
             count += 1
             below = source.relative_to(top / folder)
-            expected = TESTED_BY.get(path) or (Path(tests) / below.parent / f"{below.stem}_test.cpp").as_posix()
+            expected = TESTED_BY.get(path) or (Path(tests) / below.parent / f"{prefix}{below.stem}_test.cpp").as_posix()
             if not (top / expected).is_file():
                 faults.append(f"{path}: there is no {expected}")
     for path in TESTED_BY:
