@@ -2,12 +2,12 @@
 #include "tests/readers/fixture_support.h"
 
 #include "readers/fixture/text.h"
+#include "tests/readers/object_members.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <random>
-#include <span>
 
 using namespace cw;
 using namespace cw::fixture_tests;
@@ -15,34 +15,6 @@ using namespace cw::fixture_tests;
 namespace {
 
 using nlohmann::json;
-
-struct table {
-    std::u16string_view interface_name;
-    std::span<const media_member_row> rows;
-};
-const table tables[] = {{media::interface_name, media::all},
-                        {media_feature::interface_name, media_feature::all},
-                        {media_feature_property::interface_name, media_feature_property::all},
-                        {media_component::interface_name, media_component::all},
-                        {media_file::interface_name, media_file::all},
-                        {media_setup_type::interface_name, media_setup_type::all},
-                        {media_shell_folder::interface_name, media_shell_folder::all},
-                        {media_shortcut::interface_name, media_shortcut::all},
-                        {media_registry_set::interface_name, media_registry_set::all},
-                        {media_registry_key::interface_name, media_registry_key::all},
-                        {media_registry_value::interface_name, media_registry_value::all},
-                        {media_settings::interface_name, media_settings::all},
-                        {media_arp_info::interface_name, media_arp_info::all},
-                        {media_report::interface_name, media_report::all}};
-
-std::span<const media_member_row> rows_of(std::u16string_view interface_name)
-{
-    for (const table& candidate : tables)
-        if (candidate.interface_name == interface_name)
-            return candidate.rows;
-    ADD_FAILURE() << "no table of " << fixture::to_utf8(interface_name);
-    return {};
-}
 
 class random_json {
 public:
@@ -52,7 +24,9 @@ public:
     json object(std::u16string_view interface_name, int depth)
     {
         json result = json::object();
-        for (const media_member_row& row : rows_of(interface_name))
+        const auto rows = reader_tests::members_of(interface_name);
+        EXPECT_FALSE(rows.empty()) << "no table of " << fixture::to_utf8(interface_name);
+        for (const media_member_row& row : rows)
             if (chance(2))
                 result[fixture::to_utf8(row.name)] = member(row, depth);
         return result;
@@ -119,7 +93,7 @@ protected:
     // Calls every member of an object and of what it leads to.
     void walk(const com_ptr<IDispatch>& object, std::u16string_view interface_name)
     {
-        for (const media_member_row& row : rows_of(interface_name)) {
+        for (const media_member_row& row : reader_tests::members_of(interface_name)) {
             if (row.kind != DISPATCH_PROPERTYGET)
                 continue;
             const outcome got = call(object.get(), row);

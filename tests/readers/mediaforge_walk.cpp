@@ -1,34 +1,10 @@
 #include "mediaforge_walk.h"
 
 #include "formats/media_format.h"
-
-#include <span>
+#include "tests/readers/object_members.h"
 
 namespace cw::mediaforge_tests {
 namespace {
-
-struct interface_row {
-    std::u16string_view name;
-    std::span<const media_member_row> members;
-};
-
-constexpr auto interfaces = std::to_array<interface_row>({
-    {media::interface_name, media::all},
-    {media_feature::interface_name, media_feature::all},
-    {media_feature_property::interface_name, media_feature_property::all},
-    {media_component::interface_name, media_component::all},
-    {media_file_list::interface_name, media_file_list::all},
-    {media_file::interface_name, media_file::all},
-    {media_setup_type::interface_name, media_setup_type::all},
-    {media_shell_folder::interface_name, media_shell_folder::all},
-    {media_shortcut::interface_name, media_shortcut::all},
-    {media_registry_set::interface_name, media_registry_set::all},
-    {media_registry_key::interface_name, media_registry_key::all},
-    {media_registry_value::interface_name, media_registry_value::all},
-    {media_settings::interface_name, media_settings::all},
-    {media_arp_info::interface_name, media_arp_info::all},
-    {media_report::interface_name, media_report::all},
-});
 
 class walker {
 public:
@@ -36,10 +12,8 @@ public:
 
     void visit(IDispatch* target, std::u16string_view interface_name, int depth)
     {
-        for (const interface_row& row : interfaces)
-            if (row.name == interface_name)
-                for (const media_member_row& member : row.members)
-                    read(target, member, depth);
+        for (const media_member_row& member : reader_tests::members_of(interface_name))
+            read(target, member, depth);
     }
     walk_result result;
 
