@@ -48,6 +48,12 @@ public:
     void OnUpdateExpertMode(command_ui& ui);
     void OnTreeSelectionChanged();
 
+    // ---- the list: app/list_commands.cpp ------------------------------------------------------
+    void OnCopy(std::uint32_t id);
+    void OnUpdateCopy(command_ui& ui);
+    void OnListRightClick();
+    void OnHeaderClick();
+
     // ---- nodes, rows and columns: media/navigator.cpp -----------------------------------------
     /// Inserts a tree item with the images of its kind and text and stores its node.
     HTREEITEM InsertNavNode(HTREEITEM parent, const string& text, const NavNode& node);
@@ -64,10 +70,30 @@ public:
     void BuildComponentTree();
     void AddComponents(HTREEITEM parent, IDispatch* components);
 
-    // ---- media presenters: media/*_properties.cpp, media/file_rows.cpp --------------------
+    // media/setup_type_tree.cpp, media/shell_tree.cpp, media/registry_tree.cpp, media/media_settings.cpp
+    void BuildSetupTypeTree();
+    void AddSetupTypeFeatures(HTREEITEM parent, IDispatch* features);
+    void BuildShellTree();
+    void AddShellFolders(HTREEITEM parent, IDispatch* folders);
+    void BuildRegistryTree();
+    void AddRegistrySets(HTREEITEM parent, IDispatch* sets);
+    /// Turns the keys of one hive into a hierarchy under its item.
+    void AddRegistryKeys(HTREEITEM parent, IDispatch* keys);
+    void BuildMediaSettingsNode();
+
+    // ---- media presenters: media/*_properties.cpp, media/media_settings.cpp, media/file_rows.cpp
     void ShowFeature(HTREEITEM item);
     void ShowComponent(HTREEITEM item);
     void ShowComponentFiles(HTREEITEM item);
+    void ShowShellObject(HTREEITEM item);
+    /// A registry key's node: its rows show icons, for which the tree's images are put into the list.
+    void ShowRegistryItem(HTREEITEM item);
+    void ShowRegistryNode(HTREEITEM item);
+    void ShowMediaSettings(HTREEITEM item);
+
+    // ---- the one way out of a media: media/extract_file.cpp -----------------------------------
+    void OnExtractFile(std::uint32_t id);
+    void OnUpdateExtractFile(command_ui& ui);
 
     // ---- read by window, companion and tests --------------------------------------------------
     [[nodiscard]] CTreeCtrl& Tree() noexcept { return m_treeCtrl; }
@@ -80,6 +106,9 @@ public:
     [[nodiscard]] const image_list& SpacerImages() const noexcept { return m_spacerImages; }
     [[nodiscard]] CRecentFileList& RecentFiles() noexcept { return m_recentFiles; }
     [[nodiscard]] bool HasMedia() const noexcept { return static_cast<bool>(m_media); }
+    /// The open media and the library's entry object, borrowed; null where there is none.
+    [[nodiscard]] IDispatch* Media() const noexcept { return m_media.get(); }
+    [[nodiscard]] IDispatch* MediaFactory() const noexcept { return m_mediaFactory.get(); }
     /// Whether the open log's main feature was read.
     [[nodiscard]] bool HasLog() const noexcept { return static_cast<bool>(m_rootFeatureLog); }
 
