@@ -37,6 +37,8 @@ constexpr std::u16string_view settings_section = u"Settings";
 constexpr std::u16string_view settings_mode = u"Mode";
 
 constexpr std::uint32_t VK_O = 0x4F;
+constexpr std::uint32_t VK_S = 0x53;
+constexpr std::uint32_t VK_F3 = 0x72;
 constexpr std::uint32_t letter_case_bit = 0x20;
 
 } // namespace
@@ -48,22 +50,29 @@ struct frame_maps {
         {ID_VIEW_ALL, ID_VIEW_ALL, &CMainFrame::OnViewFilter, &CMainFrame::OnUpdateViewFilter},
         {ID_VIEW_FEATURES, ID_VIEW_MEDIA_SETTINGS, &CMainFrame::OnViewFilter, &CMainFrame::OnUpdateViewFilter},
         {ID_VIEW_EXPERT_MODE, ID_VIEW_EXPERT_MODE, &CMainFrame::OnExpertMode, &CMainFrame::OnUpdateExpertMode},
+        {ID_EDIT_COPY_ROW, ID_EDIT_COPY_ROW, &CMainFrame::OnCopy, &CMainFrame::OnUpdateCopy},
+        {ID_TOOLS_EXTRACT, ID_TOOLS_EXTRACT, &CMainFrame::OnExtractFile, &CMainFrame::OnUpdateExtractFile},
     });
 
     static constexpr auto notifications = std::to_array<notification_entry<CMainFrame>>({
         {TVN_SELCHANGEDW, tree_pane_id, &CMainFrame::OnTreeSelectionChanged},
+        {NM_RCLICK, list_pane_id, &CMainFrame::OnListRightClick},
+        {HDN_ITEMCLICKW, header_id, &CMainFrame::OnHeaderClick},
     });
 
-    /// Key-downs with Ctrl that run a command before the accelerators see them. Bit 5 of the key
-    /// code is not looked at, as if a key code were a letter: Ctrl with the numeric keypad's slash
-    /// opens a file.
+    /// Key-downs that run a command before the accelerators see them, whatever else is held and whether
+    /// or not the command is enabled. For letters bit 5 of the key code is not looked at, as if a key
+    /// code were a character: Ctrl with the numeric keypad's slash opens a file, Ctrl+F4 saves.
     struct filtered_key {
         std::uint32_t virtual_key;
-        void (CMainFrame::*handler)(std::uint32_t id);
+        bool is_letter;
+        bool needs_control;
         std::uint32_t command_id;
     };
     static constexpr auto filtered_keys = std::to_array<filtered_key>({
-        {VK_O, &CMainFrame::OnFileOpen, ID_FILE_OPEN},
+        {VK_F3, false, false, ID_SEARCH_FIND_NEXT},
+        {VK_O, true, true, ID_FILE_OPEN},
+        {VK_S, true, true, ID_FILE_SAVE},
     });
 };
 
@@ -170,10 +179,12 @@ void CMainFrame::OnNotify(std::uint32_t control_id, std::uint32_t code)
 
 bool CMainFrame::PreTranslateMessage(const key_message& key)
 {
-    if (key.control)
-        for (const auto& entry : frame_maps::filtered_keys)
-            if (((key.virtual_key - entry.virtual_key) & ~letter_case_bit) == 0)
-                (this->*entry.handler)(entry.command_id);
+    for (const auto& entry : frame_maps::filtered_keys) {
+        const std::uint32_t ignored_bits = entry.is_letter ? letter_case_bit : 0;
+        const bool matches = ((key.virtual_key - entry.virtual_key) & ~ignored_bits) == 0;
+        if (matches && (key.control || !entry.needs_control))
+            OnCmdMsg(entry.command_id, nullptr);
+    }
     return CXTPFrameWnd::PreTranslateMessage(key);
 }
 

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -86,8 +87,6 @@ public:
     void ShowComponent(HTREEITEM item);
     void ShowComponentFiles(HTREEITEM item);
     void ShowShellObject(HTREEITEM item);
-    /// A registry key's node: its rows show icons, for which the tree's images are put into the list.
-    void ShowRegistryItem(HTREEITEM item);
     void ShowRegistryNode(HTREEITEM item);
     void ShowMediaSettings(HTREEITEM item);
 
@@ -140,6 +139,8 @@ private:
     /// A root item with the text of a string resource and no node.
     HTREEITEM InsertRoot(std::uint32_t label_id, tree_item_images images);
     [[nodiscard]] bool IsFilesItem(HTREEITEM item) const;
+    /// Name of the file whose row is selected; none where there is nothing to extract.
+    [[nodiscard]] std::optional<string> ExtractableFile() const;
     /// The component of a name; null where the library knows none or fails to look.
     [[nodiscard]] automation::com_ptr<IDispatch> FindComponent(std::u16string_view name);
 

@@ -12,6 +12,8 @@ using presenter = void (CMainFrame::*)(HTREEITEM);
 struct dispatch_entry {
     node_kind kind;
     presenter show;
+    /// Rows of this kind have icons, which are those of the tree.
+    bool row_icons = false;
 };
 
 // A kind without an entry empties the list.
@@ -20,13 +22,17 @@ constexpr auto presenters = std::to_array<dispatch_entry>({
     {NODEKIND_COMPONENT, &CMainFrame::ShowComponent},
     {NODEKIND_COMPONENT_FILES, &CMainFrame::ShowComponent},
     {NODEKIND_SETUP_TYPE_FEATURE, &CMainFrame::ShowFeature},
+    {NODEKIND_SHELL_FOLDER, &CMainFrame::ShowShellObject},
+    {NODEKIND_REGISTRY_KEY, &CMainFrame::ShowRegistryNode, true},
+    {NODEKIND_MEDIA_SETTINGS, &CMainFrame::ShowMediaSettings},
+    {NODEKIND_SHELL_SHORTCUT, &CMainFrame::ShowShellObject},
 });
 
-presenter find_presenter(node_kind kind)
+const dispatch_entry* find_presenter(node_kind kind)
 {
     for (const dispatch_entry& entry : presenters)
         if (entry.kind == kind)
-            return entry.show;
+            return &entry;
     return nullptr;
 }
 
@@ -44,11 +50,16 @@ void CMainFrame::OnTreeSelectionChanged()
     }
     // A copy: the object stays alive whatever happens to the map meanwhile.
     const NavNode node = found->second;
-    const presenter show = node.object && parent ? find_presenter(node.kind) : nullptr;
-    if (show)
-        (this->*show)(item);
-    else
+    // Of the roots the media's settings alone have a list.
+    const bool has_list = node.object && (parent || node.kind == NODEKIND_MEDIA_SETTINGS);
+    const dispatch_entry* const entry = has_list ? find_presenter(node.kind) : nullptr;
+    if (!entry) {
         m_listCtrl.DeleteAllItems();
+        return;
+    }
+    if (entry->row_icons)
+        m_listCtrl.SetSmallImages(&m_treeImages);
+    (this->*entry->show)(item);
 }
 
 } // namespace cw

@@ -13,10 +13,10 @@ constexpr auto filters = std::to_array<view_filter>({
     {ID_VIEW_ALL, view_filter_all, nullptr},
     {ID_VIEW_FEATURES, u"Features", &CMainFrame::BuildFeatureTree},
     {ID_VIEW_COMPONENTS, u"Components", &CMainFrame::BuildComponentTree},
-    {ID_VIEW_SETUP_TYPES, u"SetupTypes", nullptr},
-    {ID_VIEW_SHELL_OBJECTS, u"ShellObjects", nullptr},
-    {ID_VIEW_REGISTRY_SETS, u"RegistrySets", nullptr},
-    {ID_VIEW_MEDIA_SETTINGS, u"MediaSettings", nullptr},
+    {ID_VIEW_SETUP_TYPES, u"SetupTypes", &CMainFrame::BuildSetupTypeTree},
+    {ID_VIEW_SHELL_OBJECTS, u"ShellObjects", &CMainFrame::BuildShellTree},
+    {ID_VIEW_REGISTRY_SETS, u"RegistrySets", &CMainFrame::BuildRegistryTree},
+    {ID_VIEW_MEDIA_SETTINGS, u"MediaSettings", &CMainFrame::BuildMediaSettingsNode},
 });
 
 } // namespace

@@ -177,6 +177,11 @@ HTREEITEM CTreeCtrl::GetNextSiblingItem(HTREEITEM item) const noexcept
     return handle(m_items[index_of(item)].next);
 }
 
+HTREEITEM CTreeCtrl::GetPrevSiblingItem(HTREEITEM item) const noexcept
+{
+    return handle(m_items[index_of(item)].previous);
+}
+
 std::u16string_view CTreeCtrl::GetItemText(HTREEITEM item) const noexcept
 {
     return m_items[index_of(item)].text;

@@ -67,6 +67,7 @@ public:
     [[nodiscard]] HTREEITEM GetParentItem(HTREEITEM item) const noexcept;
     [[nodiscard]] HTREEITEM GetChildItem(HTREEITEM item) const noexcept;
     [[nodiscard]] HTREEITEM GetNextSiblingItem(HTREEITEM item) const noexcept;
+    [[nodiscard]] HTREEITEM GetPrevSiblingItem(HTREEITEM item) const noexcept;
     /// The first item that the pane shows, scrolled to its top: the first root.
     [[nodiscard]] HTREEITEM GetFirstVisibleItem() const noexcept { return GetRootItem(); }
     [[nodiscard]] HTREEITEM GetSelectedItem() const noexcept { return m_selected; }

@@ -3,6 +3,7 @@
 #include "foundation/exceptions.h"
 #include "media/formatting.h"
 #include "media/property_rows.h"
+#include "media/variant_arrays.h"
 
 #include <array>
 #include <vector>
@@ -56,14 +57,6 @@ string scalar_text(const VARIANT& value)
     string text;
     text.load(value.boolVal != VARIANT_FALSE ? label_true : label_false);
     return text;
-}
-
-/// The array of a value, which may stand behind a reference.
-SAFEARRAY* array_of(const VARIANT& value)
-{
-    if (!(value.vt & VT_BYREF))
-        return value.parray;
-    return value.byref ? *static_cast<SAFEARRAY**>(value.byref) : nullptr;
 }
 
 /// Copies element `index` of the first dimension; further dimensions stay at their lower bounds.

@@ -1,10 +1,14 @@
 #include "media/formatting.h"
 
 #include "bridges/media_objects.h"
+#include "foundation/exceptions.h"
+#include "media/variant_arrays.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <span>
+#include <utility>
 
 namespace cw {
 namespace {
@@ -57,11 +61,71 @@ string overwrite_part(std::uint32_t flags, std::span<const overwrite_keyword> ke
     return part;
 }
 
-struct file_need_label {
+struct value_label {
     std::int32_t value;
     std::uint32_t label_id;
 };
-constexpr auto file_needs = std::to_array<file_need_label>({{1, 163}, {2, 164}, {4, 165}});
+constexpr std::uint32_t no_label = 0;
+
+constexpr auto file_needs = std::to_array<value_label>({{1, 163}, {2, 164}, {4, 165}});
+constexpr auto show_commands = std::to_array<value_label>({{1, 209}, {3, 207}, {7, 208}});
+constexpr auto engine_bindings = std::to_array<value_label>({{1, 223}});
+constexpr std::uint32_t label_dynamic = 224;
+constexpr auto maintenance_modes = std::to_array<value_label>({{1, 225}, {2, 226}, {4, 227}, {8, 228}});
+constexpr auto update_modes = std::to_array<value_label>({{1, 230}, {3, 231}});
+constexpr std::uint32_t label_update_not_supported = 232;
+constexpr std::uint32_t label_personal = 205;
+constexpr std::uint32_t label_common = 206;
+
+string loaded(std::uint32_t label_id)
+{
+    string text;
+    if (label_id != no_label)
+        text.load(label_id);
+    return text;
+}
+
+/// The label of a value, `otherwise` where it has none.
+string label_of(std::int32_t value, std::span<const value_label> labels, std::uint32_t otherwise)
+{
+    for (const value_label& entry : labels)
+        if (entry.value == value)
+            return loaded(entry.label_id);
+    return loaded(otherwise);
+}
+
+struct named_format {
+    std::int32_t version;
+    const char16_t* name;
+};
+constexpr auto named_formats =
+    std::to_array<named_format>({{0x100600C, u"ver60"}, {0x1007000, u"ver70"}, {0x1009500, u"ver95"}});
+constexpr std::uint32_t unicode_format = 0x4000000;
+constexpr std::uint32_t ansi_format = 0x2000000;
+
+/// Holds an array in its place.
+class array_lock {
+public:
+    explicit array_lock(SAFEARRAY* array) : m_array(array) { require(SafeArrayLock(array)); }
+    ~array_lock()
+    {
+        if (m_array)
+            (void)SafeArrayUnlock(m_array);
+    }
+    array_lock(const array_lock&) = delete;
+    array_lock& operator=(const array_lock&) = delete;
+    void unlock() { require(SafeArrayUnlock(std::exchange(m_array, nullptr))); }
+
+    /// Raises a failed result as it is.
+    static void require(HRESULT result)
+    {
+        if (FAILED(result))
+            throw result;
+    }
+
+private:
+    SAFEARRAY* m_array;
+};
 
 int hexadecimal_digit(char16_t c) noexcept
 {
@@ -134,11 +198,7 @@ string FormatOverwrite(std::int32_t flags)
 
 string FormatFileNeed(std::int32_t file_need)
 {
-    string text;
-    for (const file_need_label& entry : file_needs)
-        if (entry.value == file_need)
-            text.load(entry.label_id);
-    return text;
+    return label_of(file_need, file_needs, no_label);
 }
 
 string FormatLanguage(const string& language)
@@ -146,8 +206,99 @@ string FormatLanguage(const string& language)
     const std::int32_t number = number_from_hexadecimal(language);
     if (number != 0)
         return to_text(number);
+    return loaded(label_not_available);
+}
+
+string FormatFolderType(std::int32_t folder_type)
+{
+    return loaded((static_cast<std::uint32_t>(folder_type) & 1u) != 0 ? label_personal : label_common);
+}
+
+string FormatShowCommand(std::int32_t show_command)
+{
+    return label_of(show_command, show_commands, no_label);
+}
+
+string DecodeMultiString(const string& digits)
+{
+    constexpr std::size_t digits_a_character = 4;
+    std::u16string text(digits.length() / digits_a_character, u' ');
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        const std::u16string_view run = digits.view().substr(place * digits_a_character, digits_a_character);
+        if (const auto character = static_cast<char16_t>(number_from_hexadecimal(run)))
+            text[place] = character;
+    }
+    return string(text);
+}
+
+string FormatCabinetVersion(std::int32_t format_version)
+{
+    for (const named_format& entry : named_formats)
+        if (entry.version == format_version)
+            return entry.name;
+    const auto bits = static_cast<std::uint32_t>(format_version);
+    const bool is_unicode = (bits & unicode_format) != 0;
+    string text = to_text(static_cast<std::int32_t>(bits - (is_unicode ? unicode_format : ansi_format)));
+    return text.append(is_unicode ? u" (Unicode)" : u" (ANSI)");
+}
+
+string FormatEngineVersion(std::int32_t high, std::int32_t low)
+{
     string text;
-    text.load(label_not_available);
+    text.format(u"%d.%d.%d.%d", high >> 16, high & 0xFFFF, low >> 16, low & 0xFFFF);
+    return text;
+}
+
+string FormatEngineBinding(std::int32_t binding)
+{
+    return label_of(binding, engine_bindings, label_dynamic);
+}
+
+string FormatMaintenance(std::int32_t mode)
+{
+    return label_of(mode, maintenance_modes, no_label);
+}
+
+string FormatUpdateMode(std::int32_t mode)
+{
+    return label_of(mode, update_modes, label_update_not_supported);
+}
+
+bool IsUpdate(std::int32_t update_mode) noexcept
+{
+    return std::ranges::find(update_modes, update_mode, &value_label::value) != update_modes.end();
+}
+
+string JoinOldVersions(const VARIANT& old_versions)
+{
+    constexpr std::u16string_view version_separator = u"; ";
+    automation::variant copy;
+    const HRESULT copied = VariantCopy(&copy, &old_versions);
+    if (FAILED(copied))
+        raise_com_error(copied);
+    SAFEARRAY* const array = array_of(copy);
+    if (SafeArrayGetDim(array) != 1)
+        throw safe_array_exception();
+    array_lock lock(array);
+    // An element is fetched into a holder for a text, and into nothing else.
+    VARTYPE element_type = VT_EMPTY;
+    array_lock::require(SafeArrayGetVartype(array, &element_type));
+    if (element_type != VT_BSTR)
+        throw HRESULT{DISP_E_TYPEMISMATCH};
+    LONG lower = 0;
+    LONG upper = 0;
+    array_lock::require(SafeArrayGetLBound(array, 1, &lower));
+    array_lock::require(SafeArrayGetUBound(array, 1, &upper));
+    string text;
+    for (std::int64_t index = lower; index <= upper; ++index) {
+        const auto place = static_cast<LONG>(index);
+        automation::bstr element;
+        array_lock::require(SafeArrayGetElement(array, &place, element.put()));
+        if (!text.empty())
+            text.append(version_separator);
+        text.append(element.view());
+    }
+    lock.unlock();
     return text;
 }
 

@@ -15,12 +15,13 @@ struct property_row {
     void (*add)(CMainFrame& frame, std::size_t row, std::uint32_t label_id, IDispatch* object);
 };
 
-/// Adds the rows of a table for one object, from row 0 on.
-inline void add_property_rows(CMainFrame& frame, std::span<const property_row> rows, IDispatch* object)
+/// Adds the rows of a table for one object from a row on; answers the row behind them.
+inline std::size_t add_property_rows(CMainFrame& frame, std::span<const property_row> rows, IDispatch* object,
+                                     std::size_t first_row = 0)
 {
-    std::size_t index = 0;
     for (const property_row& row : rows)
-        row.add(frame, index++, row.label_id, object);
+        row.add(frame, first_row++, row.label_id, object);
+    return first_row;
 }
 
 /// Text as it is.

@@ -27,11 +27,12 @@ public:
     ~icu_text_rules() override { ucol_close(m_collator); }
 
     char16_t to_upper(char16_t code_unit) noexcept override { return mapped(code_unit, u_toupper); }
+    char16_t to_lower(char16_t code_unit) noexcept override { return mapped(code_unit, u_tolower); }
 
     int compare_no_case(const char16_t* a, const char16_t* b, std::size_t count) noexcept override
     {
         for (std::size_t i = 0; i < count; ++i) {
-            const int difference = mapped(a[i], u_tolower) - mapped(b[i], u_tolower);
+            const int difference = to_lower(a[i]) - to_lower(b[i]);
             if (difference != 0 || a[i] == 0)
                 return difference;
         }

@@ -43,6 +43,8 @@ struct code_pages {
 struct text_rules {
     virtual ~text_rules() = default;
     virtual char16_t to_upper(char16_t code_unit) noexcept = 0;
+    /// The folding of `compare_no_case`.
+    virtual char16_t to_lower(char16_t code_unit) noexcept = 0;
     /// Compares up to `count` code units, each folded by itself, stopping behind a common
     /// terminator: negative, 0, positive.
     virtual int compare_no_case(const char16_t* a, const char16_t* b, std::size_t count) noexcept = 0;

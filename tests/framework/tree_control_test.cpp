@@ -299,6 +299,7 @@ TEST_F(tree_control, computes_one_sort_key_a_child)
         platform::text_rules* real = platform::current().rules;
         int keys = 0;
         char16_t to_upper(char16_t unit) noexcept override { return real->to_upper(unit); }
+        char16_t to_lower(char16_t unit) noexcept override { return real->to_lower(unit); }
         int compare_no_case(const char16_t* a, const char16_t* b, std::size_t count) noexcept override
         {
             return real->compare_no_case(a, b, count);
