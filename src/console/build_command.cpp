@@ -2,11 +2,11 @@
 
 #include "authoring/build_media.h"
 #include "console/commands.h"
+#include "console/password_input.h"
 #include "console/progress_line.h"
 
 #include <CLI/CLI.hpp>
 
-#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -23,22 +23,6 @@ struct build_arguments {
     std::uint64_t volume_size_in_bytes = 0;
     std::uint64_t folder_size_in_bytes = 0;
 };
-
-/// The first line of a file. A password never stands on the command line, where others can read it.
-std::string read_password(const std::string& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    std::string line;
-    if (!stream || !std::getline(stream, line))
-        throw std::runtime_error(file + ": no password can be read");
-    if (line.ends_with('\r'))
-        line.pop_back();
-    if (line.empty())
-        throw std::runtime_error(file + ": the password is empty");
-    if (line.find('\0') != line.npos)
-        throw std::runtime_error(file + ": the password holds a zero, which nobody can type");
-    return line;
-}
 
 int build(const build_arguments& arguments)
 {
@@ -57,6 +41,7 @@ int build(const build_arguments& arguments)
         arguments.manifest, arguments.folder, options,
         [&](std::uint64_t done, std::uint64_t total, const std::string& file) { progress.show(done, total, file); });
     progress.clear();
+    wipe(options.password);
     std::cout << result.header.string() << ": " << result.files << " files in " << result.volumes << " volumes, "
               << result.payload_size_in_bytes << " bytes\n";
     return exit_done;

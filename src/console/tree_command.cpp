@@ -4,6 +4,7 @@
 #include "app/view_filters.h"
 #include "console/commands.h"
 #include "console/headless_application.h"
+#include "console/open_input.h"
 #include "console/safe_text.h"
 #include "console/tree_output.h"
 #include "platform/utf8.h"
@@ -19,6 +20,7 @@ namespace {
 struct tree_options {
     std::string file;
     std::string view = "All";
+    std::string password_file;
     bool expert = false;
     bool json = false;
 };
@@ -26,7 +28,7 @@ struct tree_options {
 int show_tree(const tree_options& options)
 {
     headless_application viewer;
-    auto failure = viewer.open(absolute_path(options.file));
+    auto failure = open_input(viewer, options.file, options.password_file);
     CMainFrame& frame = viewer.frame();
     if (!failure) {
         // Views are chosen as a person would, and like there they mean nothing to a log.
@@ -65,6 +67,7 @@ void add_tree_command(CLI::App& app, action& chosen)
         ->capture_default_str();
     command->add_flag("--expert", options->expert, "Show the installer's internal groups too");
     command->add_flag("--json", options->json, "Print one line of JSON");
+    add_password_option(*command, options->password_file);
     command->callback([options, &chosen] { chosen = [options] { return show_tree(*options); }; });
 }
 
