@@ -51,6 +51,7 @@ struct frame_maps {
         {ID_VIEW_FEATURES, ID_VIEW_MEDIA_SETTINGS, &CMainFrame::OnViewFilter, &CMainFrame::OnUpdateViewFilter},
         {ID_VIEW_EXPERT_MODE, ID_VIEW_EXPERT_MODE, &CMainFrame::OnExpertMode, &CMainFrame::OnUpdateExpertMode},
         {ID_EDIT_COPY_ROW, ID_EDIT_COPY_ROW, &CMainFrame::OnCopy, &CMainFrame::OnUpdateCopy},
+        {ID_TOOLS_REPORT, ID_TOOLS_REPORT, nullptr, &CMainFrame::OnUpdateCopy},
         {ID_TOOLS_EXTRACT, ID_TOOLS_EXTRACT, &CMainFrame::OnExtractFile, &CMainFrame::OnUpdateExtractFile},
     });
 
@@ -159,7 +160,7 @@ void CMainFrame::OnClose()
 bool CMainFrame::OnCmdMsg(std::uint32_t id, command_ui* ui)
 {
     const auto* entry = find_command<CMainFrame>(frame_maps::commands, id);
-    if (!entry)
+    if (!entry || (!ui && !entry->handler))
         return m_nextTarget && m_nextTarget(id, ui);
     if (!ui)
         (this->*entry->handler)(id);

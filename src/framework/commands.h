@@ -30,8 +30,8 @@ template <class Window>
 struct command_entry {
     std::uint32_t first_id;
     std::uint32_t last_id;
-    void (Window::*handler)(std::uint32_t id);
-    void (Window::*update)(command_ui& ui); // null: enabled wherever there is a handler
+    void (Window::*handler)(std::uint32_t id); // null: the state alone is told, another target runs it
+    void (Window::*update)(command_ui& ui);    // null: enabled wherever there is a handler
 };
 
 /// One line of a window's notification map.

@@ -361,5 +361,67 @@ TEST(main_frame, opens_no_file_on_other_keys)
         EXPECT_EQ(open_questions_after(program, {.virtual_key = key, .control = true}), 0) << key;
 }
 
+/// Commands that a key-down ran without asking whether they are enabled, of those that the frame
+/// leaves to the next target.
+std::vector<std::uint32_t> filtered_commands_after(frame_harness& program, const key_message& key)
+{
+    std::vector<std::uint32_t> ran;
+    program.frame().SetNextTarget([&](std::uint32_t id, command_ui* ui) {
+        if (!ui)
+            ran.push_back(id);
+        return false;
+    });
+    program.frame().KeyDown(key);
+    return ran;
+}
+
+TEST(main_frame, finds_next_on_f3)
+{
+    using ids = std::vector<std::uint32_t>;
+    frame_harness program;
+    program.start();
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x72}), ids{ID_SEARCH_FIND_NEXT});
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x72, .control = true}), ids{ID_SEARCH_FIND_NEXT});
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x72, .shift = true, .alt = true}),
+              ids{ID_SEARCH_FIND_NEXT});
+    // A whole key code: no other differs from it by a bit alone.
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x52}), ids{});
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x71}), ids{});
+}
+
+TEST(main_frame, saves_on_ctrl_s_and_on_ctrl_f4)
+{
+    using ids = std::vector<std::uint32_t>;
+    frame_harness program;
+    program.start();
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x53, .control = true}), ids{ID_FILE_SAVE});
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x73, .control = true}), ids{ID_FILE_SAVE});
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x53, .control = true, .shift = true, .alt = true}),
+              ids{ID_FILE_SAVE});
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x53}), ids{});
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x73}), ids{});
+    EXPECT_EQ(filtered_commands_after(program, {.virtual_key = 0x33, .control = true}), ids{});
+}
+
+TEST(main_frame, an_accelerator_runs_behind_the_filter)
+{
+    frame_harness program;
+    program.start();
+    std::vector<std::string> seen;
+    program.frame().SetNextTarget([&](std::uint32_t id, command_ui* ui) {
+        seen.push_back(std::to_string(id) + (ui ? " state" : " run"));
+        return true;
+    });
+    EXPECT_TRUE(program.frame().KeyDown({.virtual_key = 0x72}));
+    EXPECT_EQ(seen, (lines{"32785 run", "32785 state", "32785 run"}));
+    seen.clear();
+    EXPECT_TRUE(program.frame().KeyDown({.virtual_key = 0x53, .control = true}));
+    EXPECT_EQ(seen, (lines{"57603 run", "57603 state", "57603 run"}));
+    seen.clear();
+    // With Shift it is no accelerator any more.
+    EXPECT_FALSE(program.frame().KeyDown({.virtual_key = 0x72, .shift = true}));
+    EXPECT_EQ(seen, lines{"32785 run"});
+}
+
 } // namespace
 } // namespace cw

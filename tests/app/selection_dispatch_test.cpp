@@ -113,6 +113,61 @@ TEST_F(selection_dispatch, components_and_their_files_show_theirs)
     EXPECT_EQ(rows_of(frame()), lines{});
 }
 
+TEST_F(selection_dispatch, every_kind_of_a_media_shows_its_rows)
+{
+    program.open_media(R"("SetupTypes": [{"Name": "Typical", "Features": [{"Name": "Main"}]}],
+        "ShellFolders": [{"Name": "Desktop", "DisplayName": "The Desktop", "Shortcuts": [
+            {"Name": "Tour", "ShortcutText": "The Tour"}]}],
+        "RegistrySets": [{"Name": "Set", "Components": ["Program"], "UsersKeys": [
+            {"Path": "Software\\Tour", "DefaultValue": "x"}]}],
+        "MediaSettings": {"ProductName": "Harbour"})");
+    const auto first_row_of = [&](std::string_view path) {
+        select(frame(), path);
+        const lines rows = rows_of(frame());
+        return rows.empty() ? std::string("none") : rows.front();
+    };
+    EXPECT_EQ(first_row_of("Setup Types/Typical"), "none");
+    EXPECT_EQ(first_row_of("Setup Types/Typical/Features"), "none");
+    EXPECT_EQ(first_row_of("Setup Types/Typical/Features/Main"), "Name | Main");
+    EXPECT_EQ(first_row_of("Explorer Shell/Desktop"), "Display Name | The Desktop");
+    EXPECT_EQ(first_row_of("Explorer Shell/Desktop/Tour"), "Shortcut Text | The Tour");
+    EXPECT_EQ(first_row_of("Registry Entries/Set"), "Component(s) | Program");
+    EXPECT_EQ(first_row_of("Registry Entries/Set/HKEY_USERS"), "none");
+    EXPECT_EQ(first_row_of("Registry Entries/Set/HKEY_USERS/Software"), "none");
+    EXPECT_EQ(first_row_of("Registry Entries/Set/HKEY_USERS/Software/Tour"), "(Default) | x | ");
+    EXPECT_EQ(first_row_of("Media Settings"), "Product Name | Harbour");
+    EXPECT_TRUE(program.take_unhandled().empty());
+}
+
+TEST_F(selection_dispatch, of_the_roots_the_media_settings_alone_have_a_list)
+{
+    for (const std::string& root : roots_of(frame())) {
+        select(frame(), "Features/Main");
+        select(frame(), root);
+        EXPECT_EQ(rows_of(frame()).empty(), root != "Media Settings") << root;
+    }
+}
+
+TEST_F(selection_dispatch, registry_keys_have_icons_until_the_next_selection)
+{
+    program.open_media(R"("Features": [{"Name": "Main"}],
+        "RegistrySets": [{"Name": "Set", "UsersKeys": [{"Path": "Software\\Tour"}]}])");
+    const auto has_icons_after = [&](std::string_view path) {
+        select(frame(), path);
+        EXPECT_TRUE(frame().List().GetSmallImages() == &frame().TreeImages() ||
+                    frame().List().GetSmallImages() == &frame().SpacerImages());
+        return frame().List().GetSmallImages() == &frame().TreeImages();
+    };
+    EXPECT_TRUE(has_icons_after("Registry Entries/Set/HKEY_USERS/Software/Tour"));
+    EXPECT_FALSE(has_icons_after("Features/Main"));
+    EXPECT_TRUE(has_icons_after("Registry Entries/Set/HKEY_USERS/Software/Tour"));
+    // Nodes without an object get no list, and no icons.
+    EXPECT_FALSE(has_icons_after("Registry Entries/Set/HKEY_USERS/Software"));
+    // The one row of a set has none either.
+    EXPECT_FALSE(has_icons_after("Registry Entries/Set"));
+    EXPECT_FALSE(has_icons_after("Registry Entries"));
+}
+
 TEST_F(selection_dispatch, kinds_without_a_presenter_empty_the_list)
 {
     for (const node_kind kind : {NODEKIND_SETUP_TYPE, NODEKIND_REGISTRY_VALUES, 18, 1000})

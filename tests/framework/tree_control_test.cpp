@@ -73,6 +73,22 @@ protected:
     names selected;
 };
 
+TEST_F(tree_control, knows_the_sibling_before)
+{
+    const HTREEITEM a = add(u"a");
+    const HTREEITEM b = add(u"b");
+    const HTREEITEM below = add(u"below", b);
+    const HTREEITEM c = add(u"c");
+    EXPECT_EQ(tree.GetPrevSiblingItem(c), b);
+    EXPECT_EQ(tree.GetPrevSiblingItem(b), a);
+    EXPECT_EQ(tree.GetPrevSiblingItem(a), HTREEITEM{});
+    EXPECT_EQ(tree.GetPrevSiblingItem(below), HTREEITEM{});
+    tree.DeleteItem(b);
+    EXPECT_EQ(tree.GetPrevSiblingItem(c), a);
+    EXPECT_EQ(tree.GetPrevSiblingItem(b), HTREEITEM{});
+    EXPECT_EQ(tree.GetPrevSiblingItem({}), HTREEITEM{});
+}
+
 TEST_F(tree_control, inserts_behind_the_last_sibling)
 {
     const HTREEITEM a = add(u"a");

@@ -18,6 +18,10 @@ TEST(icu_text_rules, raises_a_code_unit_by_itself)
     // One character would become two.
     EXPECT_EQ(rules->to_upper(u'\u00DF'), u'\u00DF');
     EXPECT_EQ(rules->to_upper(0xD800), 0xD800);
+    EXPECT_EQ(rules->to_lower(u'A'), u'a');
+    EXPECT_EQ(rules->to_lower(u'a'), u'a');
+    EXPECT_EQ(rules->to_lower(u'\u0416'), u'\u0436');
+    EXPECT_EQ(rules->to_lower(0xD800), 0xD800);
 }
 
 TEST(icu_text_rules, compares_without_case)
