@@ -1,5 +1,6 @@
 #include "desktop/list_pane.h"
 
+#include "app/sort_order.h"
 #include "desktop/cell_delegate.h"
 #include "desktop/icons.h"
 
@@ -8,6 +9,8 @@
 #include <QKeyEvent>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+
+#include <algorithm>
 
 namespace cw {
 namespace {
@@ -139,6 +142,9 @@ void list_pane::catch_up()
         } else {
             apply_column_widths();
         }
+        // Rows that are new come in their presenter's order, whatever the last list was sorted by.
+        if (!m_sorting)
+            horizontalHeader()->setSortIndicatorShown(false);
     }
     if (changed || m_selectionPending)
         apply_selection();
@@ -180,8 +186,17 @@ void list_pane::person_selected()
 void list_pane::header_clicked(int section)
 {
     const QScopedValueRollback sorting(m_sorting, true);
+    const bool descending = current_sort_order().descending;
     m_entry([this, section] { m_list->ClickHeader(static_cast<std::size_t>(section)); });
     catch_up();
+    if (!m_list)
+        return;
+    // The frame turns the direction around once it has sorted.
+    const bool sorted = current_sort_order().descending != descending && m_model->rowCount() > 0;
+    QHeaderView* columns = horizontalHeader();
+    if (sorted)
+        columns->setSortIndicator(section, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
+    columns->setSortIndicatorShown(sorted);
 }
 
 void list_pane::select_row_under(const QPoint& position)
@@ -206,13 +221,25 @@ void list_pane::contextMenuEvent(QContextMenuEvent* event)
         return;
     if (event->reason() == QContextMenuEvent::Mouse) {
         select_row_under(event->pos());
-    } else if (const QModelIndex index = currentIndex(); index.isValid()) {
+        m_entry([this] { m_list->RightClick(); });
+    } else {
+        menu_by_key();
+    }
+    event->accept();
+}
+
+void list_pane::menu_by_key()
+{
+    if (const QModelIndex index = currentIndex(); index.isValid()) {
+        const int sideways = horizontalScrollBar()->value();
         scrollTo(index);
-        m_menuPosition = viewport()->mapToGlobal(visualRect(index).center());
+        horizontalScrollBar()->setValue(sideways);
+        // Below the row, so that it can still be read, and at its part that is in view.
+        const QRect cell = visualRect(index);
+        m_menuPosition = viewport()->mapToGlobal(QPoint(std::max(cell.left(), 0), cell.bottom() + 1));
     }
     m_entry([this] { m_list->RightClick(); });
     m_menuPosition.reset();
-    event->accept();
 }
 
 void list_pane::focusInEvent(QFocusEvent* event)
@@ -224,6 +251,16 @@ void list_pane::focusInEvent(QFocusEvent* event)
 
 void list_pane::keyPressEvent(QKeyEvent* event)
 {
+    if (!m_list)
+        return;
+    // Not every window system turns this key into a request for a menu, as it does with the menu key.
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)
+        return menu_by_key();
+    // With Shift as well, where digits take it.
+    const bool with_control = (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) == Qt::ControlModifier;
+    const int column = event->key() - Qt::Key_1;
+    if (with_control && column >= 0 && column < std::min(columns_with_keys, m_model->columnCount()))
+        return header_clicked(column);
     // Rows are selected as a whole, so sideways keys move the view and not a cell cursor.
     if (event->key() == Qt::Key_Left || event->key() == Qt::Key_Right) {
         const bool left = event->key() == Qt::Key_Left;

@@ -52,6 +52,8 @@ private:
     void apply_column_widths();
     void person_selected();
     void header_clicked(int section);
+    /// The list's context menu for the current row, asked for by a key.
+    void menu_by_key();
     void select_row_under(const QPoint& position);
 
     CListCtrl* m_list;

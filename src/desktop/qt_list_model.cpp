@@ -60,8 +60,13 @@ QVariant qt_list_model::headerData(int section, Qt::Orientation orientation, int
 {
     if (m_changing || orientation != Qt::Horizontal || section < 0 || section >= columnCount())
         return {};
+    const QString label = to_qt(m_list.GetColumn(static_cast<std::size_t>(section)).label);
     if (role == Qt::DisplayRole || role == Qt::AccessibleTextRole)
-        return to_qt(m_list.GetColumn(static_cast<std::size_t>(section)).label);
+        return label;
+    if (role == Qt::ToolTipRole || role == Qt::AccessibleDescriptionRole) {
+        const QString key = section < columns_with_keys ? QStringLiteral(" (Ctrl+%1)").arg(section + 1) : QString();
+        return QStringLiteral("Sort by \u201C%1\u201D").arg(label) + key;
+    }
     return {};
 }
 

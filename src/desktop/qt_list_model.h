@@ -7,6 +7,9 @@
 
 namespace cw {
 
+/// The first columns are sorted by Ctrl and their number.
+inline constexpr int columns_with_keys = 9;
+
 class qt_list_model final : public QAbstractTableModel {
 public:
     /// `list` is borrowed.

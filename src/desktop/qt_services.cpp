@@ -2,6 +2,7 @@
 
 #include "desktop/dialogs.h"
 #include "desktop/name_filters.h"
+#include "desktop/plain_file_name.h"
 #include "desktop/qt_text.h"
 #include "desktop/qt_toolkit.h"
 
@@ -29,11 +30,15 @@ QWidget* qt_services::parent() const
     return m_toolkit.window();
 }
 
-QString qt_services::run_file_dialog(QFileDialog& dialog)
+void qt_services::prepare_file_dialog(QFileDialog& dialog) const
 {
     dialog.setOption(QFileDialog::DontUseNativeDialog, !m_nativeDialogs);
-    if (!m_lastFolder.isEmpty())
+    if (!m_lastFolder.isEmpty() && QFileInfo(m_lastFolder).isDir())
         dialog.setDirectory(m_lastFolder);
+}
+
+QString qt_services::run_file_dialog(QFileDialog& dialog)
+{
     const question_scope asking(m_toolkit);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
@@ -47,6 +52,7 @@ std::optional<std::u16string> qt_services::choose_file_to_open(const open_questi
     if (m_unattended)
         return std::nullopt;
     QFileDialog dialog(parent(), QStringLiteral("Open"));
+    prepare_file_dialog(dialog);
     dialog.setFileMode(QFileDialog::ExistingFile);
     dialog.setNameFilters(name_filters(question.filter));
     const QString path = run_file_dialog(dialog);
@@ -58,6 +64,8 @@ std::optional<save_answer> qt_services::choose_file_to_save(const save_question&
     if (m_unattended)
         return std::nullopt;
     QFileDialog dialog(parent(), QStringLiteral("Save As"));
+    prepare_file_dialog(dialog);
+    dialog.setLabelText(QFileDialog::LookIn, QStringLiteral("Save in:"));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
     dialog.setOption(QFileDialog::DontConfirmOverwrite, !question.overwrite_prompt);
@@ -65,10 +73,7 @@ std::optional<save_answer> qt_services::choose_file_to_save(const save_question&
     if (!filters.isEmpty())
         dialog.setNameFilters(filters);
     dialog.setDefaultSuffix(to_qt(question.default_extension));
-    if (!m_lastFolder.isEmpty())
-        dialog.setDirectory(m_lastFolder);
-    // A proposed name is a name: it must not lead into another folder.
-    dialog.selectFile(QFileInfo(to_qt(question.proposed_name)).fileName());
+    dialog.selectFile(plain_file_name(to_qt(question.proposed_name)));
     const QString path = run_file_dialog(dialog);
     if (path.isEmpty())
         return std::nullopt;
@@ -101,7 +106,8 @@ void qt_services::show_message(std::u16string_view text, message_icon icon)
     if (m_unattended)
         return m_unattended(to_qt(text));
     const question_scope asking(m_toolkit);
-    QMessageBox box(icon == message_icon::error ? QMessageBox::Critical : QMessageBox::NoIcon, application_title(),
+    // A message that asks for no sign gets the class library's own.
+    QMessageBox box(icon == message_icon::error ? QMessageBox::Critical : QMessageBox::Warning, application_title(),
                     to_qt(text), QMessageBox::Ok, parent());
     box.setTextFormat(Qt::PlainText);
     box.exec();

@@ -39,6 +39,7 @@ public:
 
 private:
     [[nodiscard]] QWidget* parent() const;
+    void prepare_file_dialog(QFileDialog& dialog) const;
     /// The chosen path; empty where the person refuses.
     QString run_file_dialog(QFileDialog& dialog);
 

@@ -1,3 +1,4 @@
+#include "app/sort_order.h"
 #include "desktop/cell_delegate.h"
 #include "tests/desktop/desktop_support.h"
 
@@ -46,6 +47,15 @@ struct ListPane : testing::Test {
     {
         QContextMenuEvent event(QContextMenuEvent::Mouse, position, pane.viewport()->mapToGlobal(position));
         QCoreApplication::sendEvent(pane.viewport(), &event);
+    }
+    /// The frame sorts by first cells, and turns the direction around as the program's does.
+    void sort_on_header_click()
+    {
+        shown.frame.on_notify = [this](std::uint32_t) {
+            list.SortItems(
+                [&](std::size_t a, std::size_t b) { return list.GetItemText(a, 0).compare(list.GetItemText(b, 0)); });
+            current_sort_order().descending = !current_sort_order().descending;
+        };
     }
     void click_header(int column)
     {
@@ -197,8 +207,131 @@ TEST_F(ListPane, TheMenuKeyKeepsTheRowAndTellsItsPlace)
     EXPECT_EQ(shown.frame.notifications, std::vector{NM_RCLICK});
     EXPECT_EQ(list.GetSelectedRow(), 1u);
     ASSERT_TRUE(position);
-    EXPECT_EQ(*position, pane.viewport()->mapToGlobal(place(1)));
+    const QRect row = pane.visualRect(pane.model()->index(1, 0));
+    EXPECT_EQ(*position, pane.viewport()->mapToGlobal(row.bottomLeft() + QPoint(0, 1)));
     EXPECT_FALSE(pane.keyboard_menu_position());
+}
+
+TEST_F(ListPane, ShiftF10IsTheMenuKeyToo)
+{
+    fill({u"one", u"two"});
+    pane.setFocus();
+    press(shown.window(), Qt::Key_Down);
+    std::optional<QPoint> position;
+    shown.frame.on_notify = [&](std::uint32_t) { position = pane.keyboard_menu_position(); };
+    press(shown.window(), Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_EQ(shown.frame.notifications, std::vector{NM_RCLICK});
+    EXPECT_TRUE(position);
+    press(shown.window(), Qt::Key_F10);
+    EXPECT_EQ(shown.frame.notifications.size(), 1u);
+}
+
+TEST_F(ListPane, AMenuByKeyBringsItsRowIntoViewAndLeavesTheColumnsAlone)
+{
+    change([&] {
+        list.InsertColumn(0, u"Wide", 3000);
+        for (std::size_t row = 0; row < 500; ++row)
+            list.InsertItem(row, u"row");
+        list.SelectRow(400);
+    });
+    pane.verticalScrollBar()->setValue(0);
+    pane.horizontalScrollBar()->setValue(200);
+    std::optional<QPoint> position;
+    shown.frame.on_notify = [&](std::uint32_t) { position = pane.keyboard_menu_position(); };
+    pane.setFocus();
+    press(shown.window(), Qt::Key_F10, Qt::ShiftModifier);
+    ASSERT_TRUE(position);
+    EXPECT_EQ(pane.horizontalScrollBar()->value(), 200);
+    EXPECT_EQ(pane.viewport()->mapFromGlobal(*position).x(), 0);
+    const QRect row = pane.visualRect(pane.model()->index(400, 0));
+    EXPECT_GE(row.top(), 0);
+    EXPECT_LE(row.bottom(), pane.viewport()->height());
+}
+
+TEST_F(ListPane, TheArrowTellsTheLastSortAndGoesWithTheRows)
+{
+    current_sort_order() = {};
+    fill({u"b", u"a"});
+    sort_on_header_click();
+    const QHeaderView* header = pane.horizontalHeader();
+    EXPECT_FALSE(header->isSortIndicatorShown());
+    click_header(0);
+    EXPECT_TRUE(header->isSortIndicatorShown());
+    EXPECT_EQ(header->sortIndicatorSection(), 0);
+    EXPECT_EQ(header->sortIndicatorOrder(), Qt::AscendingOrder);
+    // The direction turns with every click, whatever column it is on.
+    click_header(1);
+    EXPECT_EQ(header->sortIndicatorSection(), 1);
+    EXPECT_EQ(header->sortIndicatorOrder(), Qt::DescendingOrder);
+    click_header(1);
+    EXPECT_EQ(header->sortIndicatorOrder(), Qt::AscendingOrder);
+    change([&] { list.SelectRow(1); });
+    EXPECT_TRUE(header->isSortIndicatorShown()) << "the rows are still sorted";
+    change([&] {
+        list.DeleteAllItems();
+        list.InsertItem(0, u"c");
+    });
+    EXPECT_FALSE(header->isSortIndicatorShown());
+    current_sort_order() = {};
+}
+
+TEST_F(ListPane, NoArrowWhereNothingWasSorted)
+{
+    current_sort_order() = {};
+    fill({u"b", u"a"});
+    click_header(0);
+    EXPECT_FALSE(pane.horizontalHeader()->isSortIndicatorShown()) << "nobody sorted";
+    change([&] { list.DeleteAllItems(); });
+    sort_on_header_click();
+    click_header(0);
+    EXPECT_FALSE(pane.horizontalHeader()->isSortIndicatorShown()) << "no rows";
+    current_sort_order() = {};
+}
+
+TEST_F(ListPane, CtrlAndADigitClickAHeader)
+{
+    fill({u"b", u"a"});
+    pane.setFocus();
+    press(shown.window(), Qt::Key_2, Qt::ControlModifier);
+    EXPECT_EQ(list.GetClickedColumn(), 1u);
+    press(shown.window(), Qt::Key_1, Qt::ControlModifier | Qt::KeypadModifier);
+    EXPECT_EQ(list.GetClickedColumn(), 0u);
+    press(shown.window(), Qt::Key_2, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(list.GetClickedColumn(), 1u) << "digits that take Shift";
+    const std::size_t clicks = shown.frame.notifications.size();
+    EXPECT_EQ(clicks, 3u);
+    press(shown.window(), Qt::Key_3, Qt::ControlModifier);
+    press(shown.window(), Qt::Key_0, Qt::ControlModifier);
+    press(shown.window(), Qt::Key_1);
+    press(shown.window(), Qt::Key_1, Qt::ControlModifier | Qt::AltModifier);
+    EXPECT_EQ(shown.frame.notifications.size(), clicks) << "no such column, or no such key";
+}
+
+TEST_F(ListPane, ASpacerTakesNoRoomBeforeTheText)
+{
+    fill({u"one"});
+    const image_list spacer{1, 1, 0};
+    const image_list strip{16, 16, 22};
+    const auto left_of_text = [&] {
+        QImage picture = pane.viewport()->grab(pane.visualRect(pane.model()->index(0, 0))).toImage();
+        for (int x = 0; x < picture.width(); ++x)
+            for (int y = 1; y < picture.height() - 2; ++y)
+                if (picture.pixelColor(x, y) != picture.pixelColor(picture.width() - 10, 1))
+                    return x;
+        return -1;
+    };
+    const int without_images = left_of_text();
+    list.SetSmallImages(&spacer);
+    EXPECT_NEAR(left_of_text(), without_images, 1);
+    change([&] {
+        list.DeleteAllItems();
+        list.InsertItem(0, u"one", 5);
+    });
+    EXPECT_NEAR(left_of_text(), without_images, 1) << "an index means nothing to the spacer";
+    EXPECT_FALSE(pane.model()->index(0, 0).data(Qt::DecorationRole).isValid());
+    list.SetSmallImages(&strip);
+    EXPECT_TRUE(pane.model()->index(0, 0).data(Qt::DecorationRole).isValid());
+    list.SetSmallImages(nullptr);
 }
 
 TEST_F(ListPane, StyleBitsRule)

@@ -45,10 +45,23 @@ TEST_F(QtListModel, ShowsCellsAndColumnLabels)
     EXPECT_EQ(text(0, 1), QString::fromUtf8("Grüße 😀"));
     EXPECT_EQ(model.headerData(1, Qt::Horizontal, Qt::DisplayRole).toString(), "Value");
     EXPECT_EQ(model.headerData(1, Qt::Horizontal, Qt::AccessibleTextRole).toString(), "Value");
+    EXPECT_EQ(model.headerData(1, Qt::Horizontal, Qt::ToolTipRole).toString(),
+              QString::fromUtf8("Sort by “Value” (Ctrl+2)"));
+    EXPECT_EQ(model.headerData(0, Qt::Horizontal, Qt::AccessibleDescriptionRole).toString(),
+              QString::fromUtf8("Sort by “Property” (Ctrl+1)"));
     EXPECT_FALSE(model.headerData(2, Qt::Horizontal, Qt::DisplayRole).isValid());
     EXPECT_FALSE(model.headerData(0, Qt::Vertical, Qt::DisplayRole).isValid());
     EXPECT_EQ(model.rowCount(model.index(0, 0)), 0);
     EXPECT_EQ(model.columnCount(model.index(0, 0)), 0);
+}
+
+TEST_F(QtListModel, OnlyTheFirstNineColumnsHaveAKey)
+{
+    for (std::size_t column = 0; column < 10; ++column)
+        list.InsertColumn(column, u"Data", 10);
+    model.end_change();
+    EXPECT_TRUE(model.headerData(8, Qt::Horizontal, Qt::ToolTipRole).toString().endsWith("(Ctrl+9)"));
+    EXPECT_FALSE(model.headerData(9, Qt::Horizontal, Qt::ToolTipRole).toString().contains("Ctrl"));
 }
 
 TEST_F(QtListModel, ManyChangesAreOneReset)

@@ -97,6 +97,53 @@ TEST_F(QtServices, SavingCanAskBeforeItOverwrites)
     EXPECT_FALSE(services.choose_file_to_save({u"a.txt", u"", u"", true}));
 }
 
+TEST_F(QtServices, ProposesAPlainNameInTheFolderLastUsed)
+{
+    folder.write("before.txt", "");
+    const auto save = [&](std::u16string_view proposed, const std::function<void(QFileDialog&)>& answer) {
+        when_modal([&](QWidget& widget) { answer(static_cast<QFileDialog&>(widget)); });
+        return services.choose_file_to_save({proposed, u"", u"", true});
+    };
+    ASSERT_TRUE(save(u"first", [&](QFileDialog& dialog) {
+        dialog.setDirectory(QString::fromStdString(folder.path().native()));
+        dialog.selectFile(QStringLiteral("first"));
+        QMetaObject::invokeMethod(&dialog, "accept");
+    }));
+
+    const auto answer = save(u"stops\\ferry.html", [&](QFileDialog& dialog) {
+        EXPECT_EQ(dialog.directory().absolutePath(), services.last_folder());
+        EXPECT_EQ(dialog.findChild<QLineEdit*>()->text(), "ferry.html");
+        EXPECT_EQ(dialog.nameFilters(), QStringList("All Files (*)"));
+        QMetaObject::invokeMethod(&dialog, "accept");
+    });
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->path, folder.wide_file("ferry.html"));
+
+    EXPECT_FALSE(save(u"..", [&](QFileDialog& dialog) { EXPECT_EQ(dialog.findChild<QLineEdit*>()->text(), ""); }));
+    const auto split = save(u"a\"b\" c", [](QFileDialog& dialog) { QMetaObject::invokeMethod(&dialog, "accept"); });
+    ASSERT_TRUE(split);
+    EXPECT_EQ(split->file_name, u"a_b_ c") << "one file and not several";
+}
+
+TEST_F(QtServices, AFolderThatHasGoneIsNotOpened)
+{
+    {
+        const temporary_folder gone;
+        when_modal([&](QWidget& widget) {
+            auto& dialog = static_cast<QFileDialog&>(widget);
+            dialog.setDirectory(QString::fromStdString(gone.path().native()));
+            dialog.selectFile(QStringLiteral("a"));
+            QMetaObject::invokeMethod(&dialog, "accept");
+        });
+        ASSERT_TRUE(services.choose_file_to_save({u"a", u"", u"", true}));
+    }
+    when_modal([&](QWidget& widget) {
+        EXPECT_TRUE(static_cast<QFileDialog&>(widget).directory().exists());
+        EXPECT_EQ(widget.findChild<QLineEdit*>()->text(), "b");
+    });
+    EXPECT_FALSE(services.choose_file_to_save({u"b", u"", u"", true}));
+}
+
 TEST_F(QtServices, AsksForThePassword)
 {
     when_modal([](QWidget& widget) {
@@ -130,7 +177,7 @@ TEST_F(QtServices, ShowsMessagesAsPlainText)
             auto& box = static_cast<QMessageBox&>(widget);
             EXPECT_EQ(box.text(), "Error <b>7</b>");
             EXPECT_EQ(box.textFormat(), Qt::PlainText);
-            EXPECT_EQ(box.icon(), icon == message_icon::error ? QMessageBox::Critical : QMessageBox::NoIcon);
+            EXPECT_EQ(box.icon(), icon == message_icon::error ? QMessageBox::Critical : QMessageBox::Warning);
             box.accept();
         });
         services.show_message(u"Error <b>7</b>", icon);
