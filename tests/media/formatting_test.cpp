@@ -162,5 +162,231 @@ TEST(join_names, raises_without_a_collection)
     EXPECT_THROW((void)JoinFeatureNames(nullptr), _com_error);
 }
 
+TEST(format_folder_type, looks_at_bit_zero)
+{
+    EXPECT_EQ(FormatFolderType(0), u"Common");
+    EXPECT_EQ(FormatFolderType(1), u"Personal");
+    EXPECT_EQ(FormatFolderType(2), u"Common");
+    EXPECT_EQ(FormatFolderType(-1), u"Personal");
+}
+
+TEST(format_show_command, has_three_words)
+{
+    EXPECT_EQ(FormatShowCommand(1), u"Normal Window");
+    EXPECT_EQ(FormatShowCommand(3), u"Maximized Window");
+    EXPECT_EQ(FormatShowCommand(7), u"Minimized Window");
+    for (const std::int32_t other : {0, 2, 4, 5, 6, 8, -1})
+        EXPECT_EQ(FormatShowCommand(other), u"") << other;
+}
+
+TEST(decode_multi_string, four_digits_are_a_character)
+{
+    EXPECT_EQ(DecodeMultiString(u"0041004200000000"), u"AB  ");
+    EXPECT_EQ(DecodeMultiString(u"004100000042"), u"A B");
+    EXPECT_EQ(DecodeMultiString(u"00e400E4AbCdFFFF"), u"\u00E4\u00E4\uABCD\uFFFF");
+    EXPECT_EQ(DecodeMultiString(u"D83DDE00"), u"\U0001F600");
+    EXPECT_EQ(DecodeMultiString(u""), u"");
+}
+
+TEST(decode_multi_string, drops_what_makes_no_character)
+{
+    for (const char16_t* digits : {u"0", u"00", u"004"})
+        EXPECT_EQ(DecodeMultiString(digits), u"");
+    EXPECT_EQ(DecodeMultiString(u"00410"), u"A");
+    EXPECT_EQ(DecodeMultiString(u"004100"), u"A");
+    EXPECT_EQ(DecodeMultiString(u"0041004"), u"A");
+}
+
+TEST(decode_multi_string, reads_each_run_as_a_number)
+{
+    // Digits as far as they go.
+    EXPECT_EQ(DecodeMultiString(u"41zz"), u"A");
+    EXPECT_EQ(DecodeMultiString(u"4 41"), u"\u0004");
+    // Blanks, a sign and "0x" may stand before them.
+    EXPECT_EQ(DecodeMultiString(u"  41"), u"A");
+    EXPECT_EQ(DecodeMultiString(u"\t\r\n4"), u"\u0004");
+    EXPECT_EQ(DecodeMultiString(u"0x41"), u"A");
+    EXPECT_EQ(DecodeMultiString(u"0X4a"), u"J");
+    EXPECT_EQ(DecodeMultiString(u" +41"), u"A");
+    EXPECT_EQ(DecodeMultiString(u"+0x4"), u"\u0004");
+    // Of a negative number the low sixteen bits.
+    EXPECT_EQ(DecodeMultiString(u"-001"), u"\uFFFF");
+    EXPECT_EQ(DecodeMultiString(u"-FFF"), u"\uF001");
+    // No number is zero, and zero a blank.
+    for (const char16_t* digits : {u"zzzz", u"    ", u"- 41", u"+-41", u"x041", u"0x 4", u"0xzz", u"-000", u"000x"})
+        EXPECT_EQ(DecodeMultiString(digits), u" ");
+    // Each run ends by itself.
+    EXPECT_EQ(DecodeMultiString(u"00zz0041"), u" A");
+    EXPECT_EQ(DecodeMultiString(string(u"4\u00001141", 6)), u"\u0004");
+}
+
+TEST(format_cabinet_version, three_versions_have_names)
+{
+    EXPECT_EQ(FormatCabinetVersion(0x100600C), u"ver60");
+    EXPECT_EQ(FormatCabinetVersion(0x1007000), u"ver70");
+    EXPECT_EQ(FormatCabinetVersion(0x1009500), u"ver95");
+    EXPECT_EQ(FormatCabinetVersion(0x1009501), u"-16739071 (ANSI)");
+    EXPECT_EQ(FormatCabinetVersion(0x100600B), u"-16752629 (ANSI)");
+}
+
+TEST(format_cabinet_version, others_are_numbers)
+{
+    EXPECT_EQ(FormatCabinetVersion(0x2000005), u"5 (ANSI)");
+    EXPECT_EQ(FormatCabinetVersion(0x4000009), u"9 (Unicode)");
+    EXPECT_EQ(FormatCabinetVersion(0x1000000), u"-16777216 (ANSI)");
+    EXPECT_EQ(FormatCabinetVersion(0x6000000), u"33554432 (Unicode)");
+    EXPECT_EQ(FormatCabinetVersion(0), u"-33554432 (ANSI)");
+    EXPECT_EQ(FormatCabinetVersion(-1), u"-67108865 (Unicode)");
+    EXPECT_EQ(FormatCabinetVersion(INT32_MAX), u"2080374783 (Unicode)");
+    // Below the least number the arithmetic goes round.
+    EXPECT_EQ(FormatCabinetVersion(INT32_MIN), u"2113929216 (ANSI)");
+}
+
+TEST(format_engine_version, keeps_the_sign_of_the_high_halves_alone)
+{
+    EXPECT_EQ(FormatEngineVersion(0x000A0001, 0x00020003), u"10.1.2.3");
+    EXPECT_EQ(FormatEngineVersion(-1, -1), u"-1.65535.-1.65535");
+    EXPECT_EQ(FormatEngineVersion(INT32_MIN, 0x8000), u"-32768.0.0.32768");
+    EXPECT_EQ(FormatEngineVersion(INT32_MAX, 0), u"32767.65535.0.0");
+}
+
+TEST(format_media_settings, words_of_binding_maintenance_and_update)
+{
+    EXPECT_EQ(FormatEngineBinding(1), u"Static");
+    for (const std::int32_t other : {0, 2, -1})
+        EXPECT_EQ(FormatEngineBinding(other), u"Dynamic") << other;
+
+    EXPECT_EQ(FormatMaintenance(1), u"Standard");
+    EXPECT_EQ(FormatMaintenance(2), u"Cumulative");
+    EXPECT_EQ(FormatMaintenance(4), u"Multi-Instance");
+    EXPECT_EQ(FormatMaintenance(8), u"No Uninstall or Maintenance");
+    for (const std::int32_t other : {0, 3, 6, 12, 16, -1})
+        EXPECT_EQ(FormatMaintenance(other), u"") << other;
+
+    EXPECT_EQ(FormatUpdateMode(1), u"Update - Full Media");
+    EXPECT_EQ(FormatUpdateMode(3), u"Update - Differential Media");
+    for (const std::int32_t other : {0, 2, 4, -1})
+        EXPECT_EQ(FormatUpdateMode(other), u"Update Not Supported") << other;
+
+    for (std::int32_t mode = -1; mode < 6; ++mode)
+        EXPECT_EQ(IsUpdate(mode), mode == 1 || mode == 3) << mode;
+}
+
+/// A value that owns an array of texts.
+automation::variant array_of_texts(std::vector<std::u16string> texts, LONG lower = 0)
+{
+    automation::variant value;
+    value.parray = SafeArrayCreateVector(VT_BSTR, lower, static_cast<ULONG>(texts.size()));
+    value.vt = VT_ARRAY | VT_BSTR;
+    for (std::size_t place = 0; place < texts.size(); ++place)
+        static_cast<BSTR*>(value.parray->pvData)[place] =
+            SysAllocStringLen(texts[place].data(), static_cast<UINT>(texts[place].size()));
+    return value;
+}
+
+/// What an operation raises as a bare result code; S_OK where it raises nothing.
+HRESULT bare_result_of_joining(const VARIANT& value)
+{
+    try {
+        (void)JoinOldVersions(value);
+    } catch (HRESULT result) {
+        return result;
+    }
+    return S_OK;
+}
+
+TEST(join_old_versions, separates_by_semicolon_and_blank)
+{
+    EXPECT_EQ(JoinOldVersions(array_of_texts({})), u"");
+    EXPECT_EQ(JoinOldVersions(array_of_texts({u"1.0"})), u"1.0");
+    EXPECT_EQ(JoinOldVersions(array_of_texts({u"1.0", u"1.1", u"2"})), u"1.0; 1.1; 2");
+}
+
+TEST(join_old_versions, separates_behind_a_text_only)
+{
+    EXPECT_EQ(JoinOldVersions(array_of_texts({u"", u"", u"a", u"", u"b"})), u"a; ; b");
+    EXPECT_EQ(JoinOldVersions(array_of_texts({u"", u""})), u"");
+}
+
+TEST(join_old_versions, begins_at_the_lower_bound)
+{
+    for (const LONG lower : {1, -1, 100, INT32_MIN, INT32_MAX - 1})
+        EXPECT_EQ(JoinOldVersions(array_of_texts({u"a", u"b"}, lower)), u"a; b") << lower;
+}
+
+TEST(join_old_versions, follows_a_reference)
+{
+    automation::variant texts = array_of_texts({u"a", u"b"});
+    VARIANT reference{};
+    reference.vt = VT_BYREF | VT_ARRAY | VT_BSTR;
+    reference.byref = &texts.parray;
+    EXPECT_EQ(JoinOldVersions(reference), u"a; b");
+    // Nothing stays held.
+    EXPECT_EQ(texts.parray->cLocks, 0u);
+    reference.byref = nullptr;
+    EXPECT_THROW((void)JoinOldVersions(reference), safe_array_exception);
+}
+
+TEST(join_old_versions, wants_an_array_of_one_dimension)
+{
+    EXPECT_THROW((void)JoinOldVersions(automation::variant()), safe_array_exception);
+    EXPECT_THROW((void)JoinOldVersions(automation::variant(std::u16string_view(u"1.0"))), safe_array_exception);
+    automation::variant none;
+    none.vt = VT_ARRAY | VT_BSTR;
+    none.parray = nullptr;
+    EXPECT_THROW((void)JoinOldVersions(none), safe_array_exception);
+
+    const SAFEARRAYBOUND bounds[] = {{2, 0}, {2, 0}};
+    automation::variant square;
+    square.vt = VT_ARRAY | VT_BSTR;
+    square.parray = SafeArrayCreate(VT_BSTR, 2, bounds);
+    EXPECT_THROW((void)JoinOldVersions(square), safe_array_exception);
+}
+
+TEST(join_old_versions, raises_a_bare_result_for_elements_that_are_no_texts)
+{
+    for (const VARTYPE type : {VT_I4, VT_VARIANT, VT_UI1, VT_DISPATCH}) {
+        automation::variant value;
+        value.parray = SafeArrayCreateVector(type, 0, 2);
+        value.vt = static_cast<VARTYPE>(VT_ARRAY | type);
+        EXPECT_EQ(bare_result_of_joining(value), DISP_E_TYPEMISMATCH) << type;
+        // Also where the value says otherwise.
+        value.vt = VT_ARRAY | VT_BSTR;
+        EXPECT_EQ(bare_result_of_joining(value), DISP_E_TYPEMISMATCH) << type;
+    }
+}
+
+TEST(join_old_versions, raises_a_bare_result_for_an_array_that_cannot_be_locked)
+{
+    automation::variant texts = array_of_texts({u"a"});
+    VARIANT reference{};
+    reference.vt = VT_BYREF | VT_ARRAY | VT_BSTR;
+    reference.byref = &texts.parray;
+    constexpr ULONG most_locks = 0xFFFF;
+    texts.parray->cLocks = most_locks;
+    EXPECT_EQ(bare_result_of_joining(reference), E_UNEXPECTED);
+    EXPECT_EQ(texts.parray->cLocks, most_locks);
+    texts.parray->cLocks = 0;
+}
+
+TEST(join_old_versions, lets_go_of_the_array_where_it_raises)
+{
+    automation::variant numbers;
+    numbers.parray = SafeArrayCreateVector(VT_I4, 0, 1);
+    numbers.vt = VT_ARRAY | VT_I4;
+    VARIANT reference{};
+    reference.vt = VT_BYREF | VT_ARRAY | VT_I4;
+    reference.byref = &numbers.parray;
+    EXPECT_EQ(bare_result_of_joining(reference), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(numbers.parray->cLocks, 0u);
+}
+
+TEST(join_old_versions, raises_where_the_value_cannot_be_copied)
+{
+    VARIANT value{};
+    value.vt = 0x0FFF;
+    EXPECT_THROW((void)JoinOldVersions(value), _com_error);
+}
+
 } // namespace
 } // namespace cw

@@ -40,7 +40,7 @@ protected:
     /// Expects that the row is not there, that those before it are, and what the error is.
     void expect_old_versions_fail(const std::string& old_versions, const char* code)
     {
-        const lines rows = rows_from(R"("FormatVersion": 16814336, "MediaSettings": {"UpdateMode": 3,
+        const lines rows = rows_from(R"("FormatVersion": 16815360, "MediaSettings": {"UpdateMode": 3,
                                         "OldVersionCount": 2, "OldVersions": )" +
                                      old_versions + "}");
         EXPECT_EQ(rows.size(), 9u) << old_versions;
