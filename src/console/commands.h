@@ -19,6 +19,8 @@ using action = std::function<int()>;
 /// Each adds a command to `app`; where it is the chosen one, parsing stores what to do in `chosen`.
 void add_tree_command(CLI::App& app, action& chosen);
 void add_build_command(CLI::App& app, action& chosen);
+void add_extract_command(CLI::App& app, action& chosen);
+void add_readers_command(CLI::App& app, action& chosen);
 
 /// Runs the companion with the arguments behind the program's name; answers the exit status.
 int run(int argument_count, const char* const* arguments);

@@ -12,6 +12,8 @@ namespace {
 
 constexpr std::int32_t error_password_needed = 142;
 constexpr int most_attempts = 3;
+/// What the viewer tells of every open that came to a question, also of one that was answered.
+constexpr std::u16string_view question_asked = u"a password is needed to open it";
 
 struct open_error {
     std::int32_t number = 0;
@@ -48,7 +50,11 @@ std::optional<std::u16string> open_with(headless_application& viewer, const std:
     const open_error error = last_error(viewer.frame());
     if (error.number == error_password_needed)
         return u"the password is not correct";
-    return error.number == 0 ? failure : error.description;
+    if (failure != question_asked)
+        return failure;
+    if (viewer.frame().HasMedia())
+        return {};
+    return error.description.empty() ? failure : error.description;
 }
 
 } // namespace

@@ -157,12 +157,12 @@ std::string read_password(const std::string& file)
     stream.open(file, std::ios::binary);
     stream.getline(room.bytes.data(), static_cast<std::streamsize>(room.bytes.size()));
     auto length = static_cast<std::size_t>(stream.gcount());
-    if (length + 1 >= room.bytes.size())
+    if (stream && !stream.eof())
+        --length; // the line end counts as read
+    if (length > longest_password_in_bytes)
         throw std::runtime_error(file + ": the password is too long");
     if (!stream)
         throw std::runtime_error(file + ": no password can be read");
-    if (!stream.eof())
-        --length; // the line end counts as read
     std::string_view line(room.bytes.data(), length);
     if (line.ends_with('\r'))
         line.remove_suffix(1);

@@ -31,6 +31,8 @@ int run(int argument_count, const char* const* arguments)
     action chosen;
     add_tree_command(app, chosen);
     add_build_command(app, chosen);
+    add_extract_command(app, chosen);
+    add_readers_command(app, chosen);
     try {
         app.parse(argument_count, arguments);
     } catch (const CLI::ParseError& error) {

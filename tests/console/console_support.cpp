@@ -11,10 +11,9 @@
 namespace cw::console_tests {
 namespace {
 
-constexpr const char* program = CW_TEST_BUILD_DIR "/fixture/cwcab";
 constexpr int not_started = 127;
 
-std::vector<const char*> pointers(const std::vector<std::string>& arguments)
+std::vector<const char*> pointers(const char* program, const std::vector<std::string>& arguments)
 {
     std::vector<const char*> all{program};
     for (const std::string& argument : arguments)
@@ -32,15 +31,18 @@ void redirect(int descriptor, const std::string& file)
 
 } // namespace
 
-outcome run_program(const std::vector<std::string>& arguments, const std::string& directory, const std::string& out)
+outcome run_program(const std::vector<std::string>& arguments, const std::string& directory, const std::string& out,
+                    const char* program)
 {
     const test_support::temporary_folder folder;
-    std::vector<const char*> all = pointers(arguments);
+    std::vector<const char*> all = pointers(program, arguments);
     all.push_back(nullptr);
     const pid_t child = fork();
     if (child < 0)
         throw std::system_error(errno, std::generic_category());
     if (child == 0) {
+        // It must not ask whoever runs the tests.
+        setsid();
         redirect(STDOUT_FILENO, out.empty() ? folder.file("out") : out);
         redirect(STDERR_FILENO, folder.file("error"));
         if (!directory.empty() && chdir(directory.c_str()) != 0)
@@ -60,7 +62,7 @@ outcome run_program(const std::vector<std::string>& arguments, const std::string
 
 outcome run_here(const std::vector<std::string>& arguments)
 {
-    const std::vector<const char*> all = pointers(arguments);
+    const std::vector<const char*> all = pointers(fixture_program, arguments);
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     outcome result;

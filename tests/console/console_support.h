@@ -17,10 +17,13 @@ struct outcome {
     std::string error;
 };
 
-/// Runs the companion that stands beside the fixture readers, in `directory`. `out` names a file that
-/// standard output goes to instead of being kept.
+inline constexpr const char* fixture_program = CW_TEST_BUILD_DIR "/fixture/cwcab";
+inline constexpr const char* real_program = CW_TEST_BUILD_DIR "/bin/cwcab";
+
+/// Runs the companion that stands beside the fixture readers, or another, in `directory` and without
+/// a terminal. `out` names a file that standard output goes to instead of being kept.
 outcome run_program(const std::vector<std::string>& arguments, const std::string& directory = {},
-                    const std::string& out = {});
+                    const std::string& out = {}, const char* program = fixture_program);
 
 /// Runs it within the test.
 outcome run_here(const std::vector<std::string>& arguments);

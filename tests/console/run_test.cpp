@@ -14,7 +14,7 @@ TEST(run, tells_its_version_and_its_commands)
     EXPECT_TRUE(version.out.starts_with("cwcab ")) << version.out;
     const outcome help = run_program({"--help"});
     EXPECT_EQ(help.status, 0);
-    for (const char* command : {"tree", "build"})
+    for (const char* command : {"tree", "build", "extract", "readers"})
         EXPECT_NE(help.out.find(command), std::string::npos) << command;
     EXPECT_EQ(help.error, "");
     EXPECT_EQ(run_program({"tree", "--help"}).status, 0);

@@ -145,7 +145,7 @@ TEST_F(tree_command, tells_that_a_password_is_needed)
 {
     const outcome ran = run_program({"tree", write(R"({"password": "p", "media": {}})")});
     EXPECT_EQ(ran.status, 1);
-    EXPECT_TRUE(ran.error.ends_with(": a password is needed to open it\n")) << ran.error;
+    EXPECT_NE(ran.error.find(": a password is needed to open it"), std::string::npos) << ran.error;
     EXPECT_EQ(ran.out, "");
 }
 
