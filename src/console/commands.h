@@ -18,6 +18,8 @@ using action = std::function<int()>;
 
 /// Each adds a command to `app`; where it is the chosen one, parsing stores what to do in `chosen`.
 void add_tree_command(CLI::App& app, action& chosen);
+void add_show_command(CLI::App& app, action& chosen);
+void add_session_command(CLI::App& app, action& chosen);
 void add_build_command(CLI::App& app, action& chosen);
 void add_extract_command(CLI::App& app, action& chosen);
 void add_readers_command(CLI::App& app, action& chosen);

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 namespace cw::console {
 namespace {
@@ -66,6 +67,26 @@ std::optional<std::u16string> headless_application::run_command(std::uint32_t id
     if (m_unhandled.empty())
         return {};
     return m_unhandled.front();
+}
+
+std::optional<std::u16string> headless_application::select(HTREEITEM item)
+{
+    m_unhandled.clear();
+    frame().Guard([&] { frame().Tree().SelectItem(item); });
+    if (m_unhandled.empty())
+        return {};
+    return m_unhandled.front();
+}
+
+std::optional<std::u16string> headless_application::take_unhandled()
+{
+    if (m_unhandled.empty())
+        return {};
+    constexpr std::u16string_view heading = u"unhandled error: ";
+    std::u16string line = std::exchange(m_unhandled, {}).front();
+    if (line.starts_with(heading))
+        line.erase(0, heading.size());
+    return line;
 }
 
 std::u16string absolute_path(const std::string& argument)

@@ -27,6 +27,14 @@ public:
     /// Runs a command where it is enabled. None where it went well; otherwise what went wrong.
     [[nodiscard]] std::optional<std::u16string> run_command(std::uint32_t id);
 
+    /// Selects an item of the tree, or none, as a person would. None where it went well; otherwise what
+    /// went wrong.
+    [[nodiscard]] std::optional<std::u16string> select(HTREEITEM item);
+
+    /// The first error since the last call of this that nothing caught: its kind, code and text.
+    [[nodiscard]] std::optional<std::u16string> take_unhandled();
+    [[nodiscard]] bool has_unhandled() const noexcept { return !m_unhandled.empty(); }
+
     void enable_control_container(void*) override {}
     bool ole_init() override { return true; }
     bool init_common_controls(std::uint32_t, std::uint32_t) override { return true; }

@@ -30,6 +30,8 @@ int run(int argument_count, const char* const* arguments)
     app.require_subcommand(1);
     action chosen;
     add_tree_command(app, chosen);
+    add_show_command(app, chosen);
+    add_session_command(app, chosen);
     add_build_command(app, chosen);
     add_extract_command(app, chosen);
     add_readers_command(app, chosen);

@@ -5,15 +5,12 @@
 #include <algorithm>
 
 namespace cw::console {
-namespace {
 
-/// C0 and C1 controls, and the marks that turn the direction of a line around.
+// C0 and C1 controls, and the marks that turn the direction of a line around.
 bool steers_terminal(char16_t c) noexcept
 {
     return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
 }
-
-} // namespace
 
 std::string terminal_text(std::u16string_view text)
 {

@@ -6,6 +6,9 @@
 
 namespace cw::console {
 
+/// Whether a terminal would act on a character rather than show it.
+[[nodiscard]] bool steers_terminal(char16_t character) noexcept;
+
 /// UTF-8 in which control characters stand as U+FFFD: a name cannot steer the terminal.
 [[nodiscard]] std::string terminal_text(std::u16string_view text);
 

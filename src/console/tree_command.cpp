@@ -1,12 +1,11 @@
 // `cwcab tree`: the tree that the window would show.
 
-#include "app/menus.h"
-#include "app/view_filters.h"
 #include "console/commands.h"
 #include "console/headless_application.h"
 #include "console/open_input.h"
 #include "console/safe_text.h"
 #include "console/tree_output.h"
+#include "console/view_options.h"
 #include "platform/utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -19,9 +18,8 @@ namespace {
 
 struct tree_options {
     std::string file;
-    std::string view = "All";
     std::string password_file;
-    bool expert = false;
+    view_options view;
     bool json = false;
 };
 
@@ -30,14 +28,8 @@ int show_tree(const tree_options& options)
     headless_application viewer;
     auto failure = open_input(viewer, options.file, options.password_file);
     CMainFrame& frame = viewer.frame();
-    if (!failure) {
-        // Views are chosen as a person would, and like there they mean nothing to a log.
-        if (options.expert)
-            failure = viewer.run_command(ID_VIEW_EXPERT_MODE);
-        for (const view_filter& filter : view_filters())
-            if (!failure && filter.name != frame.ViewFilter() && platform::to_utf8(filter.name) == options.view)
-                failure = viewer.run_command(filter.command_id);
-    }
+    if (!failure)
+        failure = choose_view(viewer, options.view);
     if (!failure || frame.Tree().GetRootItem()) {
         if (options.json)
             print_tree_json(std::cout, frame.Tree(), frame.NavNodes());
@@ -59,13 +51,7 @@ void add_tree_command(CLI::App& app, action& chosen)
     auto options = std::make_shared<tree_options>();
     CLI::App* command = app.add_subcommand("tree", "Print the tree that the window would show");
     command->add_option("FILE", options->file, "A setup media (.hdr, .cab) or an installation log (.clg)")->required();
-    std::vector<std::string> views;
-    for (const view_filter& filter : view_filters())
-        views.push_back(platform::to_utf8(filter.name));
-    command->add_option("--view", options->view, "Which subject of a media to show")
-        ->check(CLI::IsMember(views))
-        ->capture_default_str();
-    command->add_flag("--expert", options->expert, "Show the installer's internal groups too");
+    add_view_options(*command, options->view);
     command->add_flag("--json", options->json, "Print one line of JSON");
     add_password_option(*command, options->password_file);
     command->callback([options, &chosen] { chosen = [options] { return show_tree(*options); }; });

@@ -56,7 +56,7 @@ void print_tree(std::ostream& out, const CTreeCtrl& tree)
     });
 }
 
-void print_tree_json(std::ostream& out, const CTreeCtrl& tree, const NavNodeMap& nodes)
+void write_tree_json(std::ostream& out, const CTreeCtrl& tree, const NavNodeMap& nodes)
 {
     // Written item by item rather than built up as a value: a tree of any depth and size goes out
     // in constant memory.
@@ -82,7 +82,13 @@ void print_tree_json(std::ostream& out, const CTreeCtrl& tree, const NavNodeMap&
     if (!first)
         for (std::size_t level = 0; level <= open_levels; ++level)
             out << "]}";
-    out << "]\n";
+    out << ']';
+}
+
+void print_tree_json(std::ostream& out, const CTreeCtrl& tree, const NavNodeMap& nodes)
+{
+    write_tree_json(out, tree, nodes);
+    out << '\n';
 }
 
 } // namespace cw::console

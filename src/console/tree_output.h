@@ -15,8 +15,9 @@ namespace console {
 /// that a name cannot steer the terminal.
 void print_tree(std::ostream& out, const CTreeCtrl& tree);
 
-/// The array of roots on one line:
-/// {"text", "kind", "images", "expanded", "children"} an item.
+/// The array of roots: {"text", "kind", "images", "expanded", "children"} an item.
+void write_tree_json(std::ostream& out, const CTreeCtrl& tree, const NavNodeMap& nodes);
+/// The same as a line of its own.
 void print_tree_json(std::ostream& out, const CTreeCtrl& tree, const NavNodeMap& nodes);
 
 } // namespace console
