@@ -97,7 +97,7 @@ std::string reason_of(std::exception_ptr failure, const std::string& working_pat
     return text;
 }
 
-/// Writes one file below a folder; `label` names it to people.
+/// Writes one file below a folder. What was written when a signal came is taken away again.
 void extract_to(extract_folder& folder, const std::vector<std::string>& parts, bool force, IDispatch* file)
 {
     folder.put(parts, force, [&] {

@@ -412,6 +412,27 @@ TEST_F(extract_command, names_the_damaged_volume_and_keeps_what_stood_there)
     EXPECT_EQ(paths(), std::vector<std::string>({"Program/", "Program/a.txt"}));
 }
 
+TEST_F(extract_command, leaves_nothing_of_a_file_that_does_not_fit)
+{
+    const std::string media = build();
+    const auto with_little_room = [&](const std::vector<std::string>& arguments) {
+        std::vector<std::string> all{"-c", "trap '' XFSZ; ulimit -f 8; exec \"$0\" \"$@\"", real_program, "extract"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return run_program(all, folder.path().native(), {}, "/bin/sh");
+    };
+    write("old", "target");
+    // The place that a person knows is told, and not where it was written first.
+    expect_failure(with_little_room({media, "Help", "b.txt", "target", "--force"}),
+                   "cwcab: target: \"target\" cannot be written: writing failed");
+    EXPECT_EQ(folder.read("target"), "old");
+    const outcome all = with_little_room({media, "--all", "out"});
+    EXPECT_EQ(all.out, "out: 0 files, 2 failed\n");
+    EXPECT_NE(all.error.find("cwcab: out/Help/b.txt: \"out/Help/b.txt\" cannot be written: writing failed"),
+              std::string::npos)
+        << all.error;
+    EXPECT_TRUE(paths().empty());
+}
+
 TEST_F(extract_command, opens_a_protected_media)
 {
     const std::string media = build("secret");

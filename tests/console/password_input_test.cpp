@@ -133,6 +133,16 @@ TEST(password_prompt_at_terminal, brings_the_echo_back_before_a_signal_ends_the_
     }
 }
 
+TEST(password_prompt_at_terminal, asks_again_after_a_stop)
+{
+    // Nobody could let this program go on, so the system does not stop it in earnest.
+    const terminal_outcome ran =
+        run_at_terminal([] { return compare("North Sea"); }, {{"sea: ", "No\x1a"}, {"sea: ", "North Sea\n"}});
+    EXPECT_TRUE(ran.finished) << ran.screen;
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_TRUE(ran.echoes);
+}
+
 TEST(password_prompt_at_terminal, asks_nobody_where_there_is_no_terminal)
 {
     const pid_t child = fork();
