@@ -15,6 +15,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPointer>
+#include <QPushButton>
 #include <QUrl>
 
 namespace cw {
@@ -110,6 +111,11 @@ void qt_services::show_message(std::u16string_view text, message_icon icon)
     QMessageBox box(icon == message_icon::error ? QMessageBox::Critical : QMessageBox::Warning, application_title(),
                     to_qt(text), QMessageBox::Ok, parent());
     box.setTextFormat(Qt::PlainText);
+    // What went wrong is often wanted elsewhere, in a search or in a letter. The last flag makes the
+    // text a stop of the Tab key, but not the first.
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard |
+                                Qt::LinksAccessibleByKeyboard);
+    box.button(QMessageBox::Ok)->setFocus();
     box.exec();
 }
 
@@ -136,6 +142,9 @@ void qt_services::show_context_menu(std::span<const menu_item> items)
         menus.fill(*menu, items);
         const list_pane* list = m_toolkit.list();
         const std::optional<QPoint> from_keyboard = list ? list->keyboard_menu_position() : std::nullopt;
+        // Who came by a key goes on by keys.
+        if (from_keyboard)
+            menu->setActiveAction(menu->actions().value(0));
         menu->exec(from_keyboard.value_or(QCursor::pos()));
         delete menu;
     }

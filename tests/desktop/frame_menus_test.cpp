@@ -68,6 +68,51 @@ TEST(FrameMenus, StatesAreAskedForWhenAPopupOpens)
     EXPECT_TRUE(menu_action(shown.window(), QStringLiteral("&View/&Features"))->isEnabled());
 }
 
+TEST(FrameMenus, WhatIsOpenDecidesWhichViewsThereAre)
+{
+    program_window shown;
+    ASSERT_TRUE(shown.start());
+    const auto states = [&] {
+        QStringList told;
+        for (const QAction* action : menu_action(shown.window(), QStringLiteral("&View"))->menu()->actions())
+            if (!action->isSeparator())
+                told.append(action->text().remove(u'&') + (action->isEnabled() ? "" : " -") +
+                            (action->isChecked() ? " x" : ""));
+        return told.join(u'\n');
+    };
+    EXPECT_EQ(states(), "All - x\nFeatures -\nComponents -\nSetup Types -\nShell Objects -\nRegistry Sets -\n"
+                        "Media Settings -\nExpert Mode -");
+    ASSERT_TRUE(shown.open_features("One"));
+    menu_action(shown.window(), QStringLiteral("&View/&Registry Sets"))->trigger();
+    menu_action(shown.window(), QStringLiteral("&View/&Expert Mode"))->trigger();
+    EXPECT_EQ(states(), "All\nFeatures\nComponents\nSetup Types\nShell Objects\nRegistry Sets x\nMedia Settings\n"
+                        "Expert Mode x");
+}
+
+TEST(FrameMenus, ExtractFileIsEnabledOnARowOfFilesAlone)
+{
+    program_window shown;
+    ASSERT_TRUE(shown.start());
+    const auto enabled = [&] {
+        return menu_action(shown.window(), QStringLiteral("&Tools/&Extract File"))->isEnabled();
+    };
+    EXPECT_FALSE(enabled());
+    shown.folder.write("files.hdr", R"({"media": {"Components": [{"Name": "C", "Files": [{"Name": "a.txt"}]}]}})");
+    CMainFrame& frame = shown.frame();
+    frame.Guard([&] { frame.OpenFile(string(shown.folder.wide_file("files.hdr"))); });
+    pump();
+    CTreeCtrl& tree = frame.Tree();
+    const HTREEITEM component = tree.GetChildItem(tree.GetNextSiblingItem(tree.GetRootItem()));
+    ASSERT_TRUE(component);
+    frame.Guard([&] { tree.SelectItem(component); });
+    frame.Guard([&] { frame.List().SelectRow(0); });
+    EXPECT_FALSE(enabled()) << "a row of properties";
+    frame.Guard([&] { tree.SelectItem(tree.GetChildItem(component)); });
+    EXPECT_FALSE(enabled()) << "no row is selected";
+    frame.Guard([&] { frame.List().SelectRow(0); });
+    EXPECT_TRUE(enabled());
+}
+
 TEST(FrameMenus, AnItemRunsItsCommand)
 {
     recording_window shown;

@@ -17,6 +17,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QUrl>
 #include <gtest/gtest.h>
 
@@ -177,6 +178,9 @@ TEST_F(QtServices, ShowsMessagesAsPlainText)
             auto& box = static_cast<QMessageBox&>(widget);
             EXPECT_EQ(box.text(), "Error <b>7</b>");
             EXPECT_EQ(box.textFormat(), Qt::PlainText);
+            EXPECT_TRUE(box.textInteractionFlags().testFlag(Qt::TextSelectableByKeyboard));
+            EXPECT_EQ(box.focusWidget(), static_cast<QWidget*>(box.button(QMessageBox::Ok)))
+                << "Enter closes it all the same";
             EXPECT_EQ(box.icon(), icon == message_icon::error ? QMessageBox::Critical : QMessageBox::Warning);
             box.accept();
         });
@@ -209,6 +213,26 @@ TEST_F(QtServices, AContextMenusCommandArrivesWhenTheMenuHasGone)
     services.show_context_menu(list_context_menu());
     EXPECT_EQ(shown.frame.commands, std::vector{ID_EDIT_COPY_ROW});
     EXPECT_EQ(shown.unhandled.size(), 1u);
+}
+
+TEST_F(QtServices, AContextMenuOfAKeyOpensAtItsFirstItem)
+{
+    CListCtrl& list = shown.frame.list;
+    shown.frame.Guard([&] {
+        list.InsertColumn(0, u"Name", 100);
+        list.InsertItem(0, u"row");
+        list.SelectRow(0);
+    });
+    shown.frame.on_notify = [&](std::uint32_t) { services.show_context_menu(list_context_menu()); };
+    const QRect row = shown.list().visualRect(shown.list().model()->index(0, 0));
+    when_modal([&](QWidget& widget) {
+        EXPECT_EQ(static_cast<QMenu&>(widget).activeAction(), widget.actions().front());
+        EXPECT_EQ(widget.pos(), shown.list().viewport()->mapToGlobal(row.bottomLeft() + QPoint(0, 1)));
+    });
+    shown.list().setFocus();
+    press(shown.window(), Qt::Key_F10, Qt::ShiftModifier);
+    when_modal([](QWidget& widget) { EXPECT_EQ(static_cast<QMenu&>(widget).activeAction(), nullptr); });
+    services.show_context_menu(list_context_menu());
 }
 
 TEST_F(QtServices, AContextMenuShowsWhatIsDisabled)

@@ -15,6 +15,12 @@ CWCAB = BIN / "cwcab"
 CWCABVIEW = BIN / "cwcabview"
 
 PATIENCE_SECONDS = 60
+SCREEN_WIDTH = 1280
+
+# How the window draws a selected row, and where its panes meet.
+HIGHLIGHT = bytes((0x30, 0x8C, 0xC6))
+TREE_WIDTH = 250
+NOTHING_COPIED = "nothing copied yet"
 
 
 def run(*command, timeout=PATIENCE_SECONDS, **options):
@@ -48,7 +54,7 @@ class Display:
     def __init__(self):
         read_end, write_end = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1280x900x24", "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{SCREEN_WIDTH}x900x24", "-nolisten", "tcp"],
             pass_fds=[write_end], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as pipe:
@@ -87,9 +93,23 @@ class Display:
     def type(self, text):
         self.xdotool("type", "--delay", "20", text)
 
+    def click(self, x, y, button=1):
+        self.xdotool("mousemove", "--sync", str(x), str(y), "click", str(button))
+
+    def put_on_clipboard(self, text):
+        # It stays behind to answer for the text until another program takes over.
+        subprocess.run(["xclip", "-selection", "clipboard"], input=text.encode(), env=self.environment, check=True,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=PATIENCE_SECONDS)
+
+    def clipboard(self):
+        """The text of the clipboard to the letter, line ends included."""
+        return subprocess.run(["xclip", "-selection", "clipboard", "-out", "-target", "UTF8_STRING"],
+                              env=self.environment, capture_output=True, check=False,
+                              timeout=PATIENCE_SECONDS).stdout.decode()
+
     def picture(self):
-        """The pixels of the screen."""
-        return subprocess.run(["import", "-window", "root", "rgb:-"], env=self.environment, check=True,
+        """The pixels of the screen, three bytes each."""
+        return subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], env=self.environment, check=True,
                               capture_output=True, timeout=PATIENCE_SECONDS).stdout
 
 
@@ -139,3 +159,73 @@ class WindowTest(FolderTest):
         """Waits until the screen shows something else than before."""
         return wait_for("a change on the screen",
                         lambda: (lambda now: now if now != before else None)(self.display.picture()))
+
+
+class MediaWindowTest(WindowTest):
+    """A test that works with an open media as a person does. What the window shows is read through
+    its own Copy, and where a row is through the colour of its selection."""
+
+    def open(self, media=SAMPLE):
+        process = self.start(media)
+        self.display.window(media.name)
+        return process
+
+    def view(self, mnemonic):
+        """Chooses a subject; the tree has the focus and no selection then."""
+        self.display.key("alt+v", mnemonic)
+
+    def select_files(self, downs):
+        """Selects the Files item of a component, so many rows below the root in the tree."""
+        self.view("c")
+        self.display.key("Home", *["Down"] * downs, "Right", "Down")
+
+    def copied(self, *keys):
+        """What comes on the clipboard by these keys."""
+        self.display.put_on_clipboard(NOTHING_COPIED)
+        self.display.key(*keys)
+        return wait_for("a text on the clipboard", lambda: self.newly_copied())
+
+    def newly_copied(self):
+        text = self.display.clipboard()
+        return text if text != NOTHING_COPIED else None
+
+    def row(self, number):
+        """The text of a row of the list, which has the focus."""
+        return self.copied("Home", *["Down"] * number, "shift+F10", "Return")
+
+    def first_row(self):
+        """The text of the list's first row; the focus goes there from the tree and comes back."""
+        self.display.key("Tab")
+        text = self.row(0)
+        self.display.key("Tab")
+        return text
+
+    def selected_row(self, in_list):
+        """Waits for the selected row of a pane: its left, top, right and bottom on the screen."""
+        return wait_for("a selected row", lambda: self.find_selected_row(in_list))
+
+    def find_selected_row(self, in_list):
+        window = self.display.windows(r"\.(hdr|cab)$")[-1]
+        geometry = self.display.xdotool("getwindowgeometry", "--shell", window).stdout
+        left = int(next(line for line in geometry.splitlines() if line.startswith("X=")).removeprefix("X="))
+        picture = self.display.picture()
+        band = []
+        for y in range(len(picture) // (3 * SCREEN_WIDTH)):
+            line = picture[3 * SCREEN_WIDTH * y:3 * SCREEN_WIDTH * (y + 1)]
+            x = self.run_of_highlight(line, left + TREE_WIDTH if in_list else left)
+            if x is not None and (x >= left + TREE_WIDTH) == in_list:
+                band.append((x, y))
+            elif band and y > band[-1][1] + 20:
+                break
+        if not band:
+            return None
+        x, top = band[0]
+        return x, top, x + 40, band[-1][1]
+
+    @staticmethod
+    def run_of_highlight(line, start):
+        """The first pixel of a line, from `start` on, where forty pixels of a selection begin."""
+        found = line.find(HIGHLIGHT * 40, 3 * start)
+        while found % 3 and found >= 0:
+            found = line.find(HIGHLIGHT * 40, found + 1)
+        return found // 3 if found >= 0 else None
