@@ -72,6 +72,11 @@ class List(MediaWindowTest):
         self.assertEqual(len(cells), 7)
         self.assertNotIn("\n", cells[6])
 
+    def test_the_menu_key_copies_the_selected_row(self):
+        self.display.key("Tab", "Home", "Down")
+        for key in ("Menu", "shift+F10"):
+            self.assertEqual(self.copied(key, "Return").split("\t")[0], help_pages()[1][0], key)
+
     def test_there_is_no_context_menu_without_a_selected_row(self):
         self.display.key("Tab", "Home")
         left, top, _, bottom = self.selected_row(in_list=True)
