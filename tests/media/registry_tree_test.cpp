@@ -448,7 +448,7 @@ struct scripted_keys {
                 return S_OK;
             }));
         collection = scripted_object::make([this](DISPID member, const VARIANT* argument, VARIANT& result) {
-            if (member == media_collection::Item.id)
+            if (member == media_collection::Item.id && argument->vt == VT_I4)
                 return answer_object(result, keys.at(static_cast<std::size_t>(argument->lVal) - 1).get());
             result.lVal = static_cast<LONG>(keys.size());
             result.vt = VT_I4;

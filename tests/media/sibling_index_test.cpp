@@ -38,14 +38,15 @@ TEST(sibling_index, ignores_case)
 
 TEST(sibling_index, keeps_parents_apart)
 {
-    // Handles that differ in each of their four units alone.
-    constexpr HTREEITEM parents[] = {{0x1}, {0x10000}, {0x100000000}, {0x1000000000000}, {0x0001000100010001}};
+    // Two for each of a handle's four units, which differ in that unit alone.
+    constexpr HTREEITEM parents[] = {{0x1},         {0x2},         {0x10000},         {0x20000},
+                                     {0x100000000}, {0x200000000}, {0x1000000000000}, {0x2000000000000}};
     sibling_index index;
     for (std::uint64_t place = 0; place < std::size(parents); ++place)
         EXPECT_TRUE(index.add(parents[place], u"a", {100 + place}));
     for (std::uint64_t place = 0; place < std::size(parents); ++place)
         EXPECT_EQ(index.find(parents[place], u"a"), HTREEITEM{100 + place});
-    EXPECT_FALSE(index.find({0x2}, u"a"));
+    EXPECT_FALSE(index.find({0x3}, u"a"));
 }
 
 TEST(sibling_index, keeps_the_parent_as_it_is)
