@@ -17,6 +17,8 @@ namespace {
 using json = nlohmann::ordered_json;
 
 constexpr std::string_view column_gap = "  ";
+/// A longer text sticks out of its column: one endless name would pad every other row to its length.
+constexpr std::size_t widest_column = 200;
 
 std::size_t width_of(UChar32 character) noexcept
 {
@@ -39,8 +41,10 @@ void print_line(std::ostream& out, const std::vector<std::size_t>& widths, TextO
         const std::u16string_view text = text_of(column);
         line += terminal_text(text);
         // The last column is as long as it is.
-        if (column + 1 < widths.size())
-            line.append(widths[column] - display_width(text), ' ').append(column_gap);
+        if (column + 1 < widths.size()) {
+            const std::size_t width = display_width(text);
+            line.append(std::max(widths[column], width) - width, ' ').append(column_gap);
+        }
     }
     line.erase(line.find_last_not_of(' ') + 1);
     out << line << '\n';
@@ -68,6 +72,7 @@ void print_list(std::ostream& out, const CListCtrl& list)
         widths[column] = display_width(list.GetColumn(column).label);
         for (std::size_t row = 0; row < list.GetItemCount(); ++row)
             widths[column] = std::max(widths[column], display_width(list.GetItemText(row, column)));
+        widths[column] = std::min(widths[column], widest_column);
     }
     print_line(out, widths, [&](std::size_t column) { return std::u16string_view(list.GetColumn(column).label); });
     for (std::size_t row = 0; row < list.GetItemCount(); ++row)

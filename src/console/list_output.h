@@ -9,8 +9,8 @@
 
 namespace cw::console {
 
-/// A line of labels and a line a row, columns aligned and two blanks apart. Nothing for a list
-/// without columns.
+/// A line of labels and a line a row, columns aligned and two blanks apart; a cell of more than
+/// 200 columns of the terminal pushes the rest of its row aside. Nothing for a list without columns.
 void print_list(std::ostream& out, const CListCtrl& list);
 
 /// The fields "columns" and "rows" of an object, without its braces.

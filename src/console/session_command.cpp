@@ -3,14 +3,17 @@
 #include "console/commands.h"
 #include "console/headless_application.h"
 #include "console/session.h"
+#include "platform/ini_document.h"
 #include "platform/ini_user_settings.h"
 #include "platform/memory_user_settings.h"
 #include "platform/services.h"
 
 #include <CLI/CLI.hpp>
 
+#include <filesystem>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 namespace cw::console {
@@ -21,6 +24,16 @@ struct session_options {
     bool json = false;
 };
 
+/// Throws where the file is there and cannot be read: its settings would be neither used nor kept, and
+/// nobody would be told.
+std::unique_ptr<platform::user_settings> settings_of(const std::string& file)
+{
+    std::error_code failure;
+    if (!platform::read_whole_file(file) && std::filesystem::exists(file, failure))
+        throw std::runtime_error(file + ": the settings cannot be read");
+    return std::make_unique<platform::ini_user_settings>(file);
+}
+
 int run_session(const session_options& options)
 {
     // Nothing of the person's own settings is read or changed.
@@ -28,7 +41,7 @@ int run_session(const session_options& options)
     if (options.settings_file.empty())
         settings = std::make_unique<platform::memory_user_settings>();
     else
-        settings = std::make_unique<platform::ini_user_settings>(options.settings_file);
+        settings = settings_of(options.settings_file);
     platform::services services = platform::current();
     services.user = settings.get();
     const platform::scoped_services in_use(services);

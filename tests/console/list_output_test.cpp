@@ -46,6 +46,17 @@ TEST_F(list_output, aligns_columns_below_their_labels)
                          "longer than its label  two words\n");
 }
 
+TEST_F(list_output, pads_no_row_to_an_endless_text)
+{
+    add(std::u16string(10'000, u'x'), u"1");
+    add(u"a", u"2");
+    add(std::u16string(200, u'y'), u"3");
+    const std::string text = text_of();
+    EXPECT_TRUE(text.starts_with("Name" + std::string(198, ' ') + "Data\n")) << text;
+    EXPECT_NE(text.find("\n" + std::string(10'000, 'x') + "  1\na" + std::string(201, ' ') + "2\n"), text.npos);
+    EXPECT_TRUE(text.ends_with("\n" + std::string(200, 'y') + "  3\n"));
+}
+
 TEST_F(list_output, ends_no_line_with_blanks)
 {
     add(u"a", u"");

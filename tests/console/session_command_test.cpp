@@ -86,6 +86,15 @@ TEST_F(session_command, keeps_settings_in_the_file_that_it_is_given)
               std::string::npos);
 }
 
+TEST_F(session_command, tells_that_the_settings_cannot_be_read)
+{
+    const std::string settings = folder.path().native();
+    const outcome ran = run_session("state\n", {"--json", "--settings", settings});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.out, "");
+    EXPECT_EQ(ran.error, "cwcab: " + settings + ": the settings cannot be read\n");
+}
+
 TEST_F(session_command, keeps_nothing_without_one)
 {
     const std::string file = write(sample_model);
