@@ -370,7 +370,7 @@ void session::take(std::string_view line)
     (void)m_viewer.take_unhandled();
     try {
         const answer given = run_line(m_viewer, line.substr(first));
-        m_closed = given.closed || !m_viewer.frame().HasWindow();
+        m_closed = given.closed;
         if (const auto unhandled = m_viewer.take_unhandled())
             print_refusal(m_out, m_form, "unhandled: " + platform::to_utf8(*unhandled));
         else

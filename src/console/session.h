@@ -23,7 +23,8 @@ public:
     /// begin with '#' have none. A line that cannot be done is answered with why, and the session
     /// goes on. `line` is UTF-8, paths in it are bytes, and stands without its line end.
     void take(std::string_view line);
-    /// Whether the frame was closed, by `close` or by a command.
+    /// Whether `close` was among the lines. The command Exit closes the window alone: whoever drives the
+    /// session gets an answer to each line up to `close`.
     [[nodiscard]] bool is_closed() const noexcept { return m_closed; }
 
 private:

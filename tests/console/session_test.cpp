@@ -427,9 +427,16 @@ TEST_F(session_lines, close_ends_it)
     EXPECT_FALSE(viewer.frame().HasWindow());
 }
 
-TEST_F(session_lines, exit_ends_it_as_well)
+TEST_F(session_lines, exit_closes_the_window_and_the_session_goes_on)
 {
+    open();
     expect_ok("command 57665");
+    EXPECT_FALSE(viewer.frame().HasWindow());
+    EXPECT_FALSE(driven.is_closed());
+    EXPECT_EQ(ask("state")["title"], folder.file("media.hdr"));
+    EXPECT_EQ(ask("tree")["tree"].size(), 6u);
+    expect_ok("command 57665");
+    expect_ok("close");
     EXPECT_TRUE(driven.is_closed());
 }
 
