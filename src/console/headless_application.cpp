@@ -49,7 +49,7 @@ std::optional<std::u16string> headless_application::open(std::u16string_view abs
         return m_unhandled.front();
     if (!messages.empty())
         return messages.front().text;
-    if (!questions.empty())
+    if (!opened && !questions.empty())
         return u"a password is needed to open it";
     // What stays silent in the window is told here, where there is no window to show it.
     if (!opened)

@@ -12,7 +12,8 @@ namespace {
 
 constexpr std::int32_t error_password_needed = 142;
 constexpr int most_attempts = 3;
-/// What the viewer tells of every open that came to a question, also of one that was answered.
+/// What the viewer tells of an open that ended at a question, also where the reply was right and
+/// something else failed.
 constexpr std::u16string_view question_asked = u"a password is needed to open it";
 
 struct open_error {
@@ -52,8 +53,6 @@ std::optional<std::u16string> open_with(headless_application& viewer, const std:
         return u"the password is not correct";
     if (failure != question_asked)
         return failure;
-    if (viewer.frame().HasMedia())
-        return {};
     return error.description.empty() ? failure : error.description;
 }
 

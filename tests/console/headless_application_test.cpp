@@ -67,6 +67,9 @@ TEST_F(headless, tells_that_a_password_is_needed)
     EXPECT_EQ(opened(path), "a password is needed to open it");
     viewer.person().answer(question_kind::password, u"wrong");
     EXPECT_EQ(opened(path), "a password is needed to open it");
+    // A question that was answered well is no failure.
+    viewer.person().answer(question_kind::password, u"p");
+    EXPECT_EQ(opened(path), "open");
 }
 
 TEST_F(headless, tells_an_error_that_no_site_caught)
