@@ -45,6 +45,18 @@ void add_files(authoring::media_writer& media, std::int64_t component, int first
     }
 }
 
+/// Every key has five keys beside it, every key above those six beside it, and so on.
+std::string deep_path(int number)
+{
+    constexpr int segments = 12;
+    constexpr unsigned siblings = 6;
+    std::string path;
+    unsigned rest = static_cast<unsigned>(number);
+    for (int segment = 0; segment < segments; ++segment, rest /= siblings)
+        path.insert(0, scattered_name("key", static_cast<int>(rest % siblings)) + (segment ? "\\" : ""));
+    return path;
+}
+
 } // namespace
 
 std::filesystem::path make_big_media(const std::filesystem::path& folder, const media_size& size)
@@ -65,6 +77,27 @@ std::filesystem::path make_big_media(const std::filesystem::path& folder, const 
             media.add_component(make_row(formats::component_columns, {{u"Name", scattered_name("component", i)}}));
         add_files(media, component, i * files_each, files_each);
     }
+    media.finish();
+    stage.publish();
+    return header;
+}
+
+std::filesystem::path make_registry_media(const std::filesystem::path& folder, registry_shape shape, int keys)
+{
+    constexpr int local_machine = 2;
+    const bool deep = shape == registry_shape::deep;
+    const std::string name = std::string("registry-") + (deep ? "deep-" : "flat-") + std::to_string(keys);
+    const std::filesystem::path header = folder / (name + ".hdr");
+    if (std::filesystem::exists(header))
+        return header;
+
+    authoring::staged_files stage(folder);
+    authoring::media_writer media(stage, name, authoring::media_id{1});
+    const std::int64_t set = media.add_registry_set(make_row(formats::registry_set_columns, {{u"Name", name}}));
+    for (int i = 0; i < keys; ++i)
+        media.add_registry_key(
+            set, local_machine,
+            make_row(formats::registry_key_columns, {{u"Path", deep ? deep_path(i) : scattered_name("key", i)}}));
     media.finish();
     stage.publish();
     return header;

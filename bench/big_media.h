@@ -15,4 +15,13 @@ struct media_size {
 /// deep, files are spread evenly.
 [[nodiscard]] std::filesystem::path make_big_media(const std::filesystem::path& folder, const media_size& size);
 
+enum class registry_shape {
+    flat, // all keys side by side
+    deep, // paths of twelve segments that share their beginnings
+};
+
+/// As above, a header of one registry set with all its keys in one hive.
+[[nodiscard]] std::filesystem::path make_registry_media(const std::filesystem::path& folder, registry_shape shape,
+                                                        int keys);
+
 } // namespace cw::bench

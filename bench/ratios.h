@@ -8,11 +8,19 @@
 
 namespace cw::bench {
 
+enum class figure {
+    processor_time, // other programs of the machine do not show in it
+    wall_time,      // where a side works in another process or thread
+    memory,         // the counter of that name, in bytes
+};
+inline constexpr const char* memory_counter = "bytes";
+
 struct promise {
     std::string_view what;
     std::string_view measured; // benchmark names
     std::string_view baseline;
     double at_most;
+    bench::figure figure = bench::figure::processor_time;
 };
 
 /// The body of a benchmark program's main.
