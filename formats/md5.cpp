@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
+#include <utility>
 
 namespace cw::formats {
 namespace {
-
-constexpr std::array<int, 16> rotations{7, 12, 17, 22, 5, 9, 14, 20, 4, 11, 16, 23, 6, 10, 15, 21};
 
 // The integer parts of 2^32 times the absolute sine of 1 to 64.
 constexpr std::array<std::uint32_t, 64> sines{
@@ -20,6 +18,49 @@ constexpr std::array<std::uint32_t, 64> sines{
     0xf4292244, 0x432aff97, 0xab9423a7, 0xfc93a039, 0x655b59c3, 0x8f0ccc92, 0xffeff47d, 0x85845dd1,
     0x6fa87e4f, 0xfe2ce6e0, 0xa3014314, 0x4e0811a1, 0xf7537e82, 0xbd3af235, 0x2ad7d2bb, 0xeb86d391};
 
+struct md5_round {
+    std::uint32_t first_word;
+    std::uint32_t word_step;
+    std::array<int, 4> rotations;
+};
+constexpr std::array<md5_round, 4> rounds{
+    {{0, 1, {7, 12, 17, 22}}, {1, 5, {5, 9, 14, 20}}, {5, 3, {4, 11, 16, 23}}, {0, 7, {6, 10, 15, 21}}}};
+
+/// A step waits for `b`, which the step before it made; what does not hang on it is added first. The
+/// two halves of the second round's choice never have a bit in common, so their sum is their union.
+template <unsigned Step>
+void take_step(std::uint32_t& a, std::uint32_t b, std::uint32_t c, std::uint32_t d, const std::uint32_t* words)
+{
+    constexpr unsigned round = Step / 16;
+    constexpr const md5_round& how = rounds[round];
+    a += sines[Step] + words[(how.first_word + how.word_step * (Step % 16)) % 16];
+    if constexpr (round == 0) {
+        a += ((c ^ d) & b) ^ d;
+    } else if constexpr (round == 1) {
+        a += ~d & c;
+        a += d & b;
+    } else if constexpr (round == 2) {
+        a += b ^ (c ^ d);
+    } else {
+        a += c ^ (b | ~d);
+    }
+    a = std::rotl(a, how.rotations[Step % 4]) + b;
+}
+
+template <unsigned... Four>
+void take_steps(std::array<std::uint32_t, 4>& state, const std::uint32_t* words,
+                std::integer_sequence<unsigned, Four...>)
+{
+    auto [a, b, c, d] = state;
+    ((take_step<4 * Four>(a, b, c, d, words), take_step<4 * Four + 1>(d, a, b, c, words),
+      take_step<4 * Four + 2>(c, d, a, b, words), take_step<4 * Four + 3>(b, c, d, a, words)),
+     ...);
+    state[0] += a;
+    state[1] += b;
+    state[2] += c;
+    state[3] += d;
+}
+
 } // namespace
 
 void md5::take_block(const std::uint8_t* block) noexcept
@@ -30,37 +71,7 @@ void md5::take_block(const std::uint8_t* block) noexcept
                    static_cast<std::uint32_t>(block[4 * i + 2]) << 16 |
                    static_cast<std::uint32_t>(block[4 * i + 3]) << 24;
     }
-    auto [a, b, c, d] = m_state;
-    for (std::uint32_t i = 0; i < 64; ++i) {
-        std::uint32_t mixed = 0;
-        std::uint32_t word = i;
-        switch (i / 16) {
-        case 0:
-            mixed = (b & c) | (~b & d);
-            break;
-        case 1:
-            mixed = (d & b) | (~d & c);
-            word = 5 * i + 1;
-            break;
-        case 2:
-            mixed = b ^ c ^ d;
-            word = 3 * i + 5;
-            break;
-        default:
-            mixed = c ^ (b | ~d);
-            word = 7 * i;
-            break;
-        }
-        const std::uint32_t sum = a + mixed + sines[i] + words[word % 16];
-        a = d;
-        d = c;
-        c = b;
-        b += std::rotl(sum, rotations[i / 16 * 4 + i % 4]);
-    }
-    m_state[0] += a;
-    m_state[1] += b;
-    m_state[2] += c;
-    m_state[3] += d;
+    take_steps(m_state, words.data(), std::make_integer_sequence<unsigned, 16>());
 }
 
 void md5::add(std::span<const std::uint8_t> piece) noexcept
@@ -99,10 +110,10 @@ md5_digest md5::finish() noexcept
 std::string md5_text(const md5_digest& digest)
 {
     constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (const std::uint8_t byte : digest) {
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
+    std::string text(2 * digest.size(), '\0');
+    for (std::size_t i = 0; i < digest.size(); ++i) {
+        text[2 * i] = digits[digest[i] >> 4];
+        text[2 * i + 1] = digits[digest[i] & 15];
     }
     return text;
 }

@@ -106,15 +106,6 @@ std::string find_file(const std::string& folder, const std::string& name)
     return best.empty() ? best : folder + "/" + best;
 }
 
-file_stamp stamp_of(const std::string& path) noexcept
-{
-    struct stat status;
-    if (::stat(path.c_str(), &status) != 0)
-        return {};
-    return {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
-            std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
-}
-
 cabinet::cabinet(const std::string& path) : m_system(std::make_unique<cabinet_system>())
 {
     m_decompressor = mspack_create_cab_decompressor(m_system.get());
@@ -123,8 +114,7 @@ cabinet::cabinet(const std::string& path) : m_system(std::make_unique<cabinet_sy
     m_decompressor->set_param(m_decompressor, MSCABD_PARAM_DECOMPBUF, decompression_buffer_in_bytes);
     try {
         m_cabinet = open_one(path);
-        m_stamp = stamp_of(path);
-        if (m_cabinet->length > m_stamp.size_in_bytes)
+        if (m_cabinet->length > size_in_bytes())
             throw cabinet_error{u"it is cut short"};
         collect_entries();
     } catch (...) {
@@ -144,6 +134,7 @@ cabinet::~cabinet()
 mscabd_cabinet* cabinet::open_one(const std::string& path)
 {
     m_paths.push_back(path);
+    m_stamps.push_back(stamp_of(path));
     m_system->system_error = 0;
     mscabd_cabinet* opened = m_decompressor->open(m_decompressor, m_paths.back().c_str());
     if (opened)
@@ -219,6 +210,11 @@ void cabinet::join_neighbours()
     while (mscabd_cabinet* other = join_next(last, false))
         last = other;
     collect_entries();
+}
+
+bool cabinet::is_unchanged() const noexcept
+{
+    return std::ranges::equal(m_paths, m_stamps, {}, stamp_of);
 }
 
 void cabinet::collect_entries()

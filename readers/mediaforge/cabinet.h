@@ -3,6 +3,7 @@
 #pragma once
 
 #include "formats/sealed.h"
+#include "readers/mediaforge/file_stamp.h"
 
 #include <mspack.h>
 
@@ -24,17 +25,6 @@ struct cabinet_error {
     int system_error = 0;
 };
 
-/// What tells one state of a file from another.
-struct file_stamp {
-    std::uint64_t device = 0;
-    std::uint64_t node = 0;
-    std::uint64_t size_in_bytes = 0;
-    std::int64_t modified_in_nanoseconds = 0;
-    friend bool operator==(const file_stamp&, const file_stamp&) noexcept = default;
-};
-/// The stamp of the file at a path; all zero where there is none.
-[[nodiscard]] file_stamp stamp_of(const std::string& path) noexcept;
-
 struct cabinet_system;
 
 class cabinet {
@@ -54,8 +44,11 @@ public:
     [[nodiscard]] const mscabd_folder* folders() const noexcept { return m_cabinet->folders; }
     [[nodiscard]] unsigned set_id() const noexcept { return m_cabinet->set_id; }
     /// Of the cabinet that was opened, without its neighbours.
-    [[nodiscard]] const std::string& path() const noexcept { return m_paths.front(); }
-    [[nodiscard]] const file_stamp& stamp() const noexcept { return m_stamp; }
+    [[nodiscard]] std::uint64_t size_in_bytes() const noexcept { return m_stamps.front().size_in_bytes; }
+    /// Of all files of the set as they were when they were opened, this one's first.
+    [[nodiscard]] const std::vector<file_stamp>& stamps() const noexcept { return m_stamps; }
+    /// Whether all files of the set are still what was opened.
+    [[nodiscard]] bool is_unchanged() const noexcept;
 
     /// Hands the bytes of an entry to `sink`. Throws `cabinet_error`, and what the sink throws.
     /// After a failure the cabinet is in no state to be read from again.
@@ -71,13 +64,13 @@ private:
     mscab_decompressor* m_decompressor = nullptr;
     mscabd_cabinet* m_cabinet = nullptr;
     std::list<std::string> m_paths; // libmspack keeps pointers to them
+    std::vector<file_stamp> m_stamps;
     struct kept_file {
         std::string name;
         mscabd_file file;
     };
     std::list<kept_file> m_kept; // files of the set that libmspack does not keep itself
     std::vector<const mscabd_file*> m_entries;
-    file_stamp m_stamp;
     std::u16string m_missingNeighbour;
 };
 

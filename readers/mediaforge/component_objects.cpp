@@ -47,17 +47,17 @@ automation::date_value file_object::date()
     return {row().real(3)};
 }
 
-std::u16string file_object::md5_signature()
+automation::bstr file_object::md5_signature()
 {
     const row_cursor& own = row();
     if (own.is_null(5))
-        return {};
+        return to_bstr({});
     const formats::byte_view stored = own.blob(5);
     formats::md5_digest digest;
     if (stored.size() != digest.size())
         own.contradict(u"a signature is not 16 bytes");
     std::copy(stored.begin(), stored.end(), digest.begin());
-    return to_utf16(formats::md5_text(digest));
+    return to_bstr(formats::md5_text(digest));
 }
 
 std::int32_t file_object::flags()

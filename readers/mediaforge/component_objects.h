@@ -31,7 +31,7 @@ public:
     std::int32_t compressed_size();
     automation::date_value date();
     /// 32 lower-case hexadecimal digits; empty where the media has no signature.
-    std::u16string md5_signature();
+    automation::bstr md5_signature();
     std::int32_t flags();
     void extract(const std::u16string& target);
 

@@ -90,10 +90,10 @@ bool statement::step()
 {
     m_owner->m_rounds = 0;
     const int code = sqlite3_step(m_statement);
-    if (code == SQLITE_ROW)
-        return true;
-    if (code == SQLITE_DONE)
-        return false;
+    if (code == SQLITE_ROW || code == SQLITE_DONE) {
+        m_owner->check_unchanged();
+        return code == SQLITE_ROW;
+    }
     m_owner->fail(code);
 }
 
@@ -139,6 +139,7 @@ formats::byte_view statement::blob(int column) const noexcept
 std::unique_ptr<database> database::open_file(const std::string& path)
 {
     std::unique_ptr<database> opened(new database(path));
+    opened->m_stamp = stamp_of(path);
     opened->open(file_uri(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
     opened->begin_reading();
     return opened;
@@ -209,6 +210,25 @@ void database::execute(const char* sql)
     const int code = sqlite3_exec(m_handle, sql, nullptr, nullptr, nullptr);
     if (code != SQLITE_OK)
         fail(code);
+}
+
+/// Pages that were read before are right for ever; one that comes from a file that was overwritten
+/// since is not, and it is not known later which that was. A file that was put in the place of this
+/// one does not matter: this one stays open.
+void database::check_unchanged()
+{
+    if (m_stamp == file_stamp{})
+        return;
+    int pages_read = 0;
+    int highest = 0;
+    sqlite3_db_status(m_handle, SQLITE_DBSTATUS_CACHE_MISS, &pages_read, &highest, 0);
+    if (pages_read != m_pagesRead) {
+        m_pagesRead = pages_read;
+        const file_stamp now = stamp_of(m_path);
+        m_isOverwritten |= now.device == m_stamp.device && now.node == m_stamp.node && now != m_stamp;
+    }
+    if (m_isOverwritten)
+        throw media_failure(error_number::not_a_media, m_path, u"it was overwritten while it was open");
 }
 
 void database::fail(int code) const

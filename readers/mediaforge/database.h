@@ -3,6 +3,7 @@
 #pragma once
 
 #include "formats/sealed.h"
+#include "readers/mediaforge/file_stamp.h"
 
 #include <cstdint>
 #include <memory>
@@ -66,12 +67,16 @@ private:
     explicit database(std::string path) : m_path(std::move(path)) {}
     void open(const std::string& name, int flags);
     void begin_reading();
+    void check_unchanged();
     [[noreturn]] void fail(int code) const;
     static int count_work(void* self) noexcept;
 
     std::string m_path;
     sqlite3* m_handle = nullptr;
     formats::bytes m_image;
+    file_stamp m_stamp; // of the file; nothing for what lies in memory
+    int m_pagesRead = 0;
+    bool m_isOverwritten = false;
     // Rounds of work that the statement being stepped has used up.
     int m_rounds = 0;
 };

@@ -5,6 +5,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -19,6 +20,9 @@ constexpr bool in_order()
     return true;
 }
 static_assert(in_order(), "the table stands in the order of its names");
+static_assert(std::ranges::all_of(row_queries,
+                                  [](const row_query& query) { return !query.ordered_by || query.parameters == 2; }),
+              "rows that follow one another are told by the second field of their key");
 
 std::string select_statement(const row_query& query)
 {
@@ -62,15 +66,32 @@ void row_cursor::ask(const row_key& key)
 
 void row_cursor::settle()
 {
-    m_state = m_statement.step() ? state::found : state::absent;
+    bool found = m_statement.step();
+    if (found && m_query->ordered_by) {
+        const auto column = static_cast<int>(*m_query->ordered_by);
+        found = m_statement.type(column) == SQLITE_INTEGER && m_statement.integer(column) == m_key.second;
+    }
+    m_state = found ? state::found : state::absent;
+}
+
+bool row_cursor::step_to(const row_key& key)
+{
+    if (!m_query->ordered_by || m_state != state::found || key.first != m_key.first || key.second != m_key.second + 1)
+        return false;
+    m_state = state::unasked;
+    m_key = key;
+    settle();
+    return m_state == state::found;
 }
 
 bool row_cursor::find(const row_key& key)
 {
-    if (m_state == state::unasked || !(key == m_key)) {
-        ask(key);
-        settle();
-    }
+    if (m_state != state::unasked && key == m_key)
+        return m_state == state::found;
+    if (step_to(key))
+        return true;
+    ask(key);
+    settle();
     return m_state == state::found;
 }
 

@@ -70,6 +70,9 @@ struct row_query {
     std::span<const formats::member_column> members;
     std::string_view source; // FROM and what follows
     unsigned parameters;     // how many fields of the key are bound
+    // Set where `source` answers the rows from the one of the key on: the column that holds the field
+    // asked last. Who asks for one row after another is answered without looking up each.
+    std::optional<unsigned> ordered_by = {};
 };
 
 // Queries that end in `_count` answer the highest position of a parent's rows: positions have no
@@ -115,11 +118,12 @@ inline constexpr auto row_queries = std::to_array<row_query>({
     {rows::component_by_name, "id", 1, {}, "component WHERE name = ?1 ORDER BY id LIMIT 1", 1},
     {rows::component_count, "id - 1", 1, {}, "component ORDER BY id DESC LIMIT 1", 0},
     {rows::file,
-     "name, size, compressed_size, date, version, md5, flags, volume, entry",
-     9,
+     "name, size, compressed_size, date, version, md5, flags, volume, entry, position",
+     10,
      {},
-     "file WHERE component = ?1 AND position = ?2",
-     2},
+     "file WHERE component = ?1 AND position >= ?2 ORDER BY position",
+     2,
+     9},
     {rows::file_by_name, "position", 1, {}, "file WHERE component = ?1 AND name = ?2 ORDER BY position LIMIT 1", 2},
     {rows::file_count, "position", 1, {}, "file WHERE component = ?1 ORDER BY position DESC LIMIT 1", 1},
     {rows::file_part,
@@ -202,6 +206,8 @@ private:
     enum class state { unasked, found, absent };
     void ask(const row_key& key);
     void settle();
+    /// Goes on to the row of a key where that is the next one.
+    bool step_to(const row_key& key);
 
     database* m_source;
     const row_query* m_query;

@@ -26,19 +26,19 @@ std::u16string sizes_text(std::u16string_view what, std::uint64_t found, std::in
 std::string volumes::volume_name(int number) const
 {
     const std::string own_name = file_name_of(m_headerPath);
-    return m_plainStamp ? own_name : formats::volume_file_name(own_name, number);
+    return m_plainStamps.empty() ? formats::volume_file_name(own_name, number) : own_name;
 }
 
 cabinet& volumes::open(int number)
 {
     // A volume may have been mended or exchanged since it was used last.
-    if (m_open && m_openNumber == number && stamp_of(m_open->path()) == m_open->stamp())
+    if (m_open && m_openNumber == number && m_open->is_unchanged())
         return *m_open;
     m_open.reset();
-    if (m_plainStamp)
-        open_plain();
-    else
+    if (m_plainStamps.empty())
         open_volume(number);
+    else
+        open_plain();
     m_openNumber = number;
     return *m_open;
 }
@@ -53,9 +53,9 @@ void volumes::open_plain()
     } catch (const cabinet_error& error) {
         throw media_failure(error_number::volume_damaged, name, error.reason, error.system_error);
     }
-    // Its entries were listed from the file as it was.
-    if (opened->stamp() != *m_plainStamp)
-        throw media_failure(error_number::volume_foreign, name, u"it has changed since it was opened");
+    // Entries were listed from the files as they were; a neighbour that came or went counts too.
+    if (opened->stamps() != m_plainStamps)
+        throw media_failure(error_number::volume_foreign, name, u"it or a neighbour has changed since it was opened");
     m_open = std::move(opened);
 }
 
@@ -83,9 +83,9 @@ void volumes::open_volume(int number)
     if (opened->set_id() != set_id)
         throw media_failure(error_number::volume_foreign, name,
                             sizes_text(u"the number of its set is", opened->set_id(), set_id));
-    if (opened->stamp().size_in_bytes != static_cast<std::uint64_t>(size))
+    if (opened->size_in_bytes() != static_cast<std::uint64_t>(size))
         throw media_failure(error_number::volume_foreign, name,
-                            sizes_text(u"its size in bytes is", opened->stamp().size_in_bytes, size));
+                            sizes_text(u"its size in bytes is", opened->size_in_bytes(), size));
     if (opened->entries().size() != static_cast<std::uint64_t>(entries))
         throw media_failure(error_number::volume_foreign, name,
                             sizes_text(u"its number of entries is", opened->entries().size(), entries));

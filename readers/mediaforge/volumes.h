@@ -7,9 +7,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace cw::mediaforge {
 
@@ -20,7 +20,7 @@ public:
     /// A cabinet without a header is the one volume, number 1.
     volumes(header_rows& queries, std::string path, std::unique_ptr<cabinet> content)
         : m_rows(queries), m_headerPath(std::move(path)), m_open(std::move(content)), m_openNumber(1),
-          m_plainStamp(m_open->stamp())
+          m_plainStamps(m_open->stamps())
     {
     }
 
@@ -40,7 +40,7 @@ private:
     // the last one is reached without unpacking the folder from its start again.
     std::unique_ptr<cabinet> m_open;
     int m_openNumber = 0;
-    std::optional<file_stamp> m_plainStamp; // of the cabinet that has no header
+    std::vector<file_stamp> m_plainStamps; // of the cabinets without a header when their entries were listed
 };
 
 } // namespace cw::mediaforge

@@ -153,6 +153,11 @@ TEST_F(mediaforge_extraction, replaces_a_file_and_a_link_but_never_writes_throug
     fs::create_symlink("nowhere", path_of("dangling"));
     EXPECT_EQ(extract(source.get(), path_of("dangling")).result, S_OK);
     EXPECT_EQ(read_file(path_of("dangling")), "new");
+    fs::create_directory(path_of("folder"));
+    fs::create_symlink("folder", path_of("to a folder"));
+    EXPECT_EQ(extract(source.get(), path_of("to a folder")).result, S_OK);
+    EXPECT_EQ(read_file(path_of("to a folder")), "new");
+    EXPECT_TRUE(listing("folder").empty());
     fs::create_hard_link(path_of("elsewhere"), path_of("hard"));
     EXPECT_EQ(extract(source.get(), path_of("hard")).result, S_OK);
     EXPECT_EQ(read_file(path_of("elsewhere")), "kept");
@@ -274,6 +279,19 @@ TEST_F(mediaforge_extraction, never_writes_what_the_header_does_not_say)
     expect_content(file(header, u"a").get(), "content");
     alter(header, "UPDATE file SET md5 = NULL");
     expect_content(file(header, u"a").get(), "content");
+}
+
+TEST_F(mediaforge_extraction, long_files_are_held_to_their_signature_too)
+{
+    const std::string content = noise(1'500'001, 5);
+    const std::string header = build_files({{"a", content}, {"b", "behind"}}, "", 0, 512 * 1024);
+    const object media = open(header);
+    expect_content(file_of(media.get(), 1, 1).get(), content);
+    alter(header, "UPDATE file SET md5 = zeroblob(16) WHERE position = 0");
+    expect_failure(file(header, u"a").get(), path_of("out"), 44, u"signatures");
+    alter(header, "UPDATE file SET size = size - 1 WHERE position = 0");
+    expect_failure(file(header, u"a").get(), path_of("out"), 44, u"longer");
+    expect_content(file(header, u"b").get(), "behind");
 }
 
 TEST_F(mediaforge_extraction, dates_of_all_sorts)

@@ -311,6 +311,44 @@ TEST_F(mediaforge_cabinet_set, tells_which_neighbour_is_missing)
               std::string::npos);
 }
 
+TEST_F(mediaforge_cabinet_set, is_not_read_by_an_old_list_when_a_neighbour_changes)
+{
+    write_set();
+    const std::string other = read_file(path_of("part2.cab"));
+    const object whole = open(path_of("part1.cab"));
+    EXPECT_EQ(extracted(file_of(whole.get(), 1, 2).get()), "tail");
+    std::string changed = other;
+    changed.replace(changed.size() - 4, 4, "fake");
+    fs::remove(path_of("part2.cab"));
+    write_file(path_of("part2.cab"), changed);
+    fs::last_write_time(path_of("part2.cab"), fs::file_time_type::clock::now() + std::chrono::hours(1));
+    EXPECT_NE(extracted(file_of(whole.get(), 1, 2).get()).find("changed"), std::string::npos);
+    EXPECT_EQ(last_number(), 41);
+
+    // One that comes later brings entries that the list does not have.
+    cabinet_plan first;
+    first.files = {{"one", "aaaa"}};
+    first.next = "late2.cab";
+    cabinet_plan second;
+    second.files = {{"two", "bbbb"}};
+    second.previous = "late1.cab";
+    second.index = 1;
+    write(second, "late2.cab");
+    const object lone = open(path_of("late2.cab"));
+    EXPECT_EQ(file_names(lone.get()), std::vector<std::u16string>{u"two"});
+    EXPECT_EQ(extracted(file_of(lone.get(), 1, 1).get()), "bbbb");
+    fs::rename(path_of("late2.cab"), path_of("away"));
+    EXPECT_NE(extracted(file_of(lone.get(), 1, 1).get()).find("cannot be opened"), std::string::npos);
+    fs::rename(path_of("away"), path_of("late2.cab"));
+    EXPECT_EQ(extracted(file_of(lone.get(), 1, 1).get()), "bbbb");
+    fs::rename(path_of("late2.cab"), path_of("away"));
+    EXPECT_NE(extracted(file_of(lone.get(), 1, 1).get()).find("cannot be opened"), std::string::npos);
+    fs::rename(path_of("away"), path_of("late2.cab"));
+    write(first, "late1.cab");
+    EXPECT_NE(extracted(file_of(lone.get(), 1, 1).get()).find("changed"), std::string::npos);
+    EXPECT_EQ(file_names(open(path_of("late2.cab")).get(), 2), std::vector<std::u16string>{u"two"});
+}
+
 TEST_F(mediaforge_cabinet_set, takes_no_stranger_and_goes_in_no_circle)
 {
     write_set();

@@ -90,6 +90,19 @@ TEST_F(mediaforge_volumes, every_truncation_is_refused)
     expect_failure(file.get(), 41, u"size");
 }
 
+TEST_F(mediaforge_volumes, with_a_damaged_block_are_told_with_the_reason)
+{
+    const object media = open(build_files({{"a", "before"}, {"b", noise(100000, 1)}}));
+    const std::string whole = read_file(path_of("media1.cab"));
+    std::string damaged = whole;
+    damaged[whole.size() - 5000] = static_cast<char>(damaged[whole.size() - 5000] ^ 1);
+    write_file(path_of("media1.cab"), damaged);
+    expect_failure(file_of(media.get(), 1, 2).get(), 42, u"a checksum does not match");
+    EXPECT_EQ(last_number(), 42);
+    EXPECT_EQ(extract(file_of(media.get(), 1, 1).get(), path_of("out")).result, S_OK);
+    EXPECT_EQ(read_file(path_of("out")), "before");
+}
+
 TEST_F(mediaforge_volumes, damage_anywhere_gives_the_right_file_or_none)
 {
     const std::map<std::string, std::string> files{
