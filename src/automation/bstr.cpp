@@ -42,12 +42,15 @@ BSTR SysAllocStringLen(const WCHAR* text, UINT length) noexcept
     if (length > longest_text_in_code_units)
         return nullptr;
     const std::size_t size_in_bytes = header_size_in_bytes + (std::size_t{length} + 1) * sizeof(WCHAR);
-    void* block = text ? std::malloc(size_in_bytes) : std::calloc(1, size_in_bytes);
+    // Not calloc: for short texts, which nearly all are, malloc and a zeroing are much faster.
+    void* block = std::malloc(size_in_bytes);
     if (!block)
         return nullptr;
     BSTR copy = reinterpret_cast<BSTR>(static_cast<char*>(block) + header_size_in_bytes);
     if (text)
         std::memcpy(copy, text, length * sizeof(WCHAR));
+    else
+        std::memset(copy, 0, length * sizeof(WCHAR));
     set_length(copy, length);
     return copy;
 }

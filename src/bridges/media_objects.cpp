@@ -49,9 +49,14 @@ automation::com_ptr<IDispatch> item(IDispatch* collection, const VARIANT& key, c
 
 string get(IDispatch* object, const media_member<VT_BSTR>& member)
 {
-    automation::bstr holder;
-    dispatch_property_get(object, member.id, VT_BSTR, holder.put());
-    return string(holder.view());
+    return string(get_bstr(object, member).view());
+}
+
+automation::bstr get_bstr(IDispatch* object, const media_member<VT_BSTR>& member)
+{
+    automation::bstr text;
+    dispatch_property_get(object, member.id, VT_BSTR, text.put());
+    return text;
 }
 
 std::int32_t get(IDispatch* object, const media_member<VT_I4>& member)

@@ -16,6 +16,8 @@ namespace cw {
 
 /// The text up to its length; a null text is empty.
 [[nodiscard]] string get(IDispatch* object, const media_member<VT_BSTR>& member);
+/// The same without a copy of the program's own, for texts that are only passed on; may be null.
+[[nodiscard]] automation::bstr get_bstr(IDispatch* object, const media_member<VT_BSTR>& member);
 [[nodiscard]] std::int32_t get(IDispatch* object, const media_member<VT_I4>& member);
 [[nodiscard]] std::int16_t get(IDispatch* object, const media_member<VT_I2>& member);
 /// True for anything but zero.

@@ -159,8 +159,10 @@ struct exception_details : EXCEPINFO {
     exception_details() noexcept : EXCEPINFO{} {}
     ~exception_details()
     {
+        // Nearly every call succeeds and leaves none.
         for (BSTR text : {bstrSource, bstrDescription, bstrHelpFile})
-            platform::current().memory->release(text);
+            if (text)
+                platform::current().memory->release(text);
     }
     exception_details(const exception_details&) = delete;
     exception_details& operator=(const exception_details&) = delete;

@@ -8,6 +8,8 @@
 #include "platform/services.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <climits>
 #include <cstdarg>
 #include <cstring>
@@ -187,8 +189,11 @@ std::size_t string::find_no_case(std::size_t start, const char16_t* pattern, std
 
 string to_text(std::int32_t value)
 {
-    const std::string digits = std::to_string(value);
-    return string(std::u16string(digits.begin(), digits.end()));
+    std::array<char, 11> digits{}; // "-2147483648"
+    const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    std::array<char16_t, 11> wide{};
+    std::copy<const char*>(digits.data(), end, wide.begin());
+    return string(wide.data(), static_cast<std::size_t>(end - digits.data()));
 }
 
 string to_text(const VARIANT& value)

@@ -59,8 +59,10 @@ CListCtrl::cell CListCtrl::store_text(std::u16string_view text)
     const bool is_own = !before(text.data(), own) && before(text.data(), own + start);
     const std::ptrdiff_t own_offset = is_own ? text.data() - own : 0;
     make_room(m_texts, text.size());
-    m_texts.resize(start + text.size());
-    std::copy_n(is_own ? m_texts.data() + own_offset : text.data(), text.size(), m_texts.data() + start);
+    if (is_own)
+        std::copy_n(m_texts.begin() + own_offset, text.size(), std::back_inserter(m_texts));
+    else
+        m_texts.insert(m_texts.end(), text.begin(), text.end());
     return {start & start_mask, text.size() & length_mask};
 }
 
