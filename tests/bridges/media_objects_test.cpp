@@ -170,9 +170,11 @@ TEST_F(media_objects, takes_null_texts_for_empty_and_keeps_zeros_in_texts)
     null_text.vt = VT_BSTR;
     object.values[media_feature::Name.id] = std::move(null_text);
     EXPECT_EQ(get(&object, media_feature::Name), u"");
+    EXPECT_EQ(get_bstr(&object, media_feature::Name).get(), nullptr);
     const std::u16string_view odd(u"a\0b", 3);
     object.values[media_feature::Name.id] = automation::variant(odd);
     EXPECT_EQ(get(&object, media_feature::Name), odd);
+    EXPECT_EQ(get_bstr(&object, media_feature::Name).view(), odd);
 }
 
 TEST_F(media_objects, gives_null_for_a_null_object)

@@ -91,6 +91,35 @@ TEST_F(mediaforge_collections, a_file_name_is_found_in_its_component_alone)
     EXPECT_TRUE(find(3, u"x").tells(u"There is no file named \"x\""));
 }
 
+TEST_F(mediaforge_collections, files_around_a_gap_are_found_in_any_order)
+{
+    const std::string header = make_header(
+        [](media_writer& writer) {
+            writer.add_component(authoring::make_row(formats::component_columns, {}));
+            for (const char* name : {"one", "two", "three", "four"}) {
+                authoring::file_row file;
+                file.name = name;
+                writer.add_file(1, file);
+            }
+        },
+        "gap");
+    alter(header, "DELETE FROM file WHERE position = 1");
+    const object media = open(header);
+    const object list = child(item(child(media.get(), media::Components).get(), 1).get(), media_component::Files);
+    for (const int index : {1, 2, 3, 4, 4, 3, 2, 1, 3, 2, 4, 1}) {
+        const outcome answer = call(list.get(), media_file_list::Item, index);
+        if (index == 2) {
+            EXPECT_EQ(answer.result, failure(31));
+            EXPECT_TRUE(answer.tells(u"a row is not there")) << narrow(answer.description);
+        } else {
+            ASSERT_EQ(answer.result, S_OK) << narrow(answer.description);
+            EXPECT_EQ(text(answer.as_object().get(), media_file::Name), index == 1   ? u"one"
+                                                                        : index == 3 ? u"three"
+                                                                                     : u"four");
+        }
+    }
+}
+
 TEST_F(mediaforge_collections, other_collections_have_no_names)
 {
     const object features = child(m_media.get(), media::Features);
