@@ -74,13 +74,12 @@ std::uint32_t code_of(std::string_view text)
     return is_hexadecimal ? number_of<std::uint32_t>(text.substr(2), 16) : number_of<std::uint32_t>(text);
 }
 
-/// A path of the session's line: a drive's or a server's stands as it is, any other is made absolute.
+/// A path of the session's line: a backslash path stands as it is, a relative native one is made
+/// absolute.
 std::u16string path_of(std::string_view text)
 {
-    const bool has_drive = text.size() >= 3 && text[1] == ':' && text[2] == '\\';
-    if (has_drive || text.starts_with("\\\\"))
-        return platform::path_from_bytes(text);
-    return absolute_path(std::string(text));
+    const bool is_backslash_path = !text.starts_with('/') && text.find('\\') != text.npos;
+    return is_backslash_path ? platform::path_from_bytes(text) : absolute_path(std::string(text));
 }
 
 bool is_utf8(std::string_view text)

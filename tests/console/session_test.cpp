@@ -155,10 +155,16 @@ TEST_F(session_lines, open_makes_relative_paths_absolute)
     write();
     EXPECT_EQ(ask("open media.hdr")["result"], true);
     EXPECT_EQ(ask("state")["title"], (std::filesystem::current_path() / "media.hdr").string());
-    // The path of another system's drive or server is none of this one's.
+    // A backslash path is none of this system's.
     ask("open C:\\logs\\setup.clg");
     EXPECT_EQ(ask("state")["title"], "C:\\logs\\setup.clg");
     EXPECT_EQ(ask("tree")["tree"][0]["text"], "setup.clg");
+    ask("open logs\\a.clg");
+    EXPECT_EQ(ask("state")["title"], "logs\\a.clg");
+    EXPECT_EQ(ask("tree")["tree"][0]["text"], "a.clg");
+    // A slash in front makes it a path of this system, whatever follows.
+    ask("open /var/logs\\a.clg");
+    EXPECT_EQ(ask("tree")["tree"][0]["text"], "logs\\a.clg");
     ask("open \\\\server\\share\\a.clg");
     EXPECT_EQ(ask("state")["title"], "\\\\server\\share\\a.clg");
     std::filesystem::current_path(before);
