@@ -1,9 +1,9 @@
 #include "readers/mediaforge/extraction.h"
 
 #include "automation/date.h"
+#include "formats/md5.h"
 #include "formats/sealed.h"
 #include "readers/mediaforge/errors.h"
-#include "readers/mediaforge/running_signature.h"
 #include "readers/mediaforge/target_file.h"
 #include "readers/mediaforge/text.h"
 
@@ -130,7 +130,7 @@ void extract_file(header_rows& queries, volumes& source, std::int64_t component,
     }
 
     target_file out(target);
-    running_signature signature(file.size_in_bytes);
+    formats::md5 signature;
     std::int64_t rest = file.size_in_bytes;
     read_clear(file, source, key, [&](formats::byte_view piece) {
         // Whatever comes too much is never written.

@@ -6,8 +6,8 @@ namespace cw::mediaforge {
 namespace {
 
 // Below it a thread costs more than it spares.
-constexpr std::int64_t long_file_in_bytes = 256 * 1024;
-constexpr std::size_t handed_over_in_bytes = 64 * 1024;
+constexpr std::int64_t long_file_in_bytes = 128 * 1024;
+constexpr std::size_t handed_over_in_bytes = 256 * 1024;
 constexpr std::size_t longest_piece_in_bytes = 32 * 1024; // of nearly all
 
 } // namespace
