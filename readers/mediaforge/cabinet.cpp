@@ -228,18 +228,40 @@ void cabinet::collect_entries()
 
 void cabinet::read(std::size_t entry, const byte_sink& sink)
 {
-    m_system->sink = &sink;
-    m_system->failure = nullptr;
+    const mscabd_file& file = *m_entries.at(entry);
+    const bool stands_alone = m_paths.size() == 1 && m_cabinet->flags == 0;
     m_system->system_error = 0;
-    // libmspack does not write to the entries that it hands out as writable.
-    const int code = m_decompressor->extract(m_decompressor, const_cast<mscabd_file*>(m_entries.at(entry)), "");
-    m_system->sink = nullptr;
-    if (m_system->failure)
-        std::rethrow_exception(std::exchange(m_system->failure, nullptr));
+    const int code = stands_alone && MSCABD_COMP_METHOD(file.folder->comp_type) == MSCAB_COMP_MSZIP
+                         ? read_mszip(file, sink)
+                         : read_by_libmspack(file, sink);
     if (code == MSPACK_ERR_NOMEMORY)
         throw std::bad_alloc();
     if (code != MSPACK_ERR_OK)
         throw cabinet_error{std::u16string(reason_of(code)), m_system->system_error};
+}
+
+int cabinet::read_mszip(const mscabd_file& file, const byte_sink& sink)
+{
+    if (!m_mszip)
+        m_mszip.emplace(m_paths.front());
+    std::size_t index = 0;
+    for (const mscabd_folder* folder = m_cabinet->folders; folder != file.folder; folder = folder->next)
+        ++index;
+    const int code = m_mszip->read(index, file.offset, file.length, sink);
+    m_system->system_error = m_mszip->system_error();
+    return code;
+}
+
+int cabinet::read_by_libmspack(const mscabd_file& file, const byte_sink& sink)
+{
+    m_system->sink = &sink;
+    m_system->failure = nullptr;
+    // libmspack does not write to the entries that it hands out as writable.
+    const int code = m_decompressor->extract(m_decompressor, const_cast<mscabd_file*>(&file), "");
+    m_system->sink = nullptr;
+    if (m_system->failure)
+        std::rethrow_exception(std::exchange(m_system->failure, nullptr));
+    return code;
 }
 
 } // namespace cw::mediaforge

@@ -4,20 +4,18 @@
 
 #include "formats/sealed.h"
 #include "readers/mediaforge/file_stamp.h"
+#include "readers/mediaforge/mszip_folders.h"
 
 #include <mspack.h>
 
 #include <cstdint>
-#include <functional>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace cw::mediaforge {
-
-/// Takes the next bytes of an entry; may throw, which ends the reading.
-using byte_sink = std::function<void(formats::byte_view)>;
 
 /// Why a cabinet or an entry cannot be read, in plain words.
 struct cabinet_error {
@@ -59,6 +57,9 @@ private:
     mscabd_cabinet* join_next(mscabd_cabinet* end, bool before);
     bool merge(mscabd_cabinet* left, mscabd_cabinet* right);
     void collect_entries();
+    /// One of libmspack's codes.
+    int read_mszip(const mscabd_file& file, const byte_sink& sink);
+    int read_by_libmspack(const mscabd_file& file, const byte_sink& sink);
 
     std::unique_ptr<cabinet_system> m_system;
     mscab_decompressor* m_decompressor = nullptr;
@@ -71,6 +72,7 @@ private:
     };
     std::list<kept_file> m_kept; // files of the set that libmspack does not keep itself
     std::vector<const mscabd_file*> m_entries;
+    std::optional<mszip_folders> m_mszip; // from the first entry on that it can read
     std::u16string m_missingNeighbour;
 };
 
