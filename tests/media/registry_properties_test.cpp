@@ -261,43 +261,24 @@ TEST_F(registry_properties, a_dead_item_only_empties_the_list)
     EXPECT_EQ(program.take_trace(), lines{});
 }
 
-/// An object that is what it is asked for, has no components and notes what it was asked.
-class set_and_key final : public IDispatch {
-public:
-    HRESULT QueryInterface(REFIID iid, void** object) noexcept override
-    {
-        asked.push_back(iid);
-        *object = this;
-        return S_OK;
-    }
-    ULONG AddRef() noexcept override { return 2; }
-    ULONG Release() noexcept override { return 1; }
-    HRESULT GetTypeInfoCount(UINT*) noexcept override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(REFIID, WCHAR**, UINT, LCID, DISPID*) noexcept override { return E_NOTIMPL; }
-    HRESULT Invoke(DISPID member, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result, EXCEPINFO*, UINT*) noexcept override
-    {
-        if (member == media_registry_set::Components.id)
-            return answer_object(*result, this);
-        result->vt = VT_I4;
-        result->lVal = 0;
-        return S_OK;
-    }
-
-    std::vector<IID> asked;
-};
-
 TEST_F(registry_properties, the_set_is_asked_for_first_and_wins)
 {
-    set_and_key object;
+    const auto components = scripted_object::make([](DISPID, const VARIANT*, VARIANT& result) {
+        result.vt = VT_I4;
+        result.lVal = 0;
+        return S_OK;
+    });
+    const auto object = scripted_object::make(
+        [&](DISPID, const VARIANT*, VARIANT& result) { return answer_object(result, components.get()); });
+    object->is_everything = true;
     key_rows("");
-    const HTREEITEM item = frame().InsertNavNode({}, u"both", {NODEKIND_REGISTRY_KEY, &object});
-    object.asked.clear();
+    const HTREEITEM item = frame().InsertNavNode({}, u"both", {NODEKIND_REGISTRY_KEY, object});
+    object->asked.clear();
     frame().Tree().SelectItem(item);
     EXPECT_EQ(rows_of(frame()), lines{"Component(s) | "});
-    ASSERT_GE(object.asked.size(), 2u);
-    EXPECT_EQ(object.asked[0], IID_IMediaRegistrySet);
-    EXPECT_EQ(object.asked[1], IID_IMediaRegistryKey);
+    ASSERT_GE(object->asked.size(), 2u);
+    EXPECT_EQ(object->asked[0], IID_IMediaRegistrySet);
+    EXPECT_EQ(object->asked[1], IID_IMediaRegistryKey);
     frame_access::nodes(frame()).clear();
 }
 

@@ -182,39 +182,20 @@ TEST_F(shell_properties, the_kind_of_the_node_decides_nothing)
     EXPECT_EQ(rows_of(frame()), (lines{"Display Name | Programs", "Shared | No"}));
 }
 
-/// An object that is what it is asked for, and counts what it was asked.
-class shell_object_of_both_kinds final : public IDispatch {
-public:
-    HRESULT QueryInterface(REFIID iid, void** object) noexcept override
-    {
-        asked.push_back(iid);
-        *object = this;
-        return S_OK;
-    }
-    ULONG AddRef() noexcept override { return 2; }
-    ULONG Release() noexcept override { return 1; }
-    HRESULT GetTypeInfoCount(UINT*) noexcept override { return E_NOTIMPL; }
-    HRESULT GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
-    HRESULT GetIDsOfNames(REFIID, WCHAR**, UINT, LCID, DISPID*) noexcept override { return E_NOTIMPL; }
-    HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT* result, EXCEPINFO*, UINT*) noexcept override
-    {
-        result->vt = VT_BOOL;
-        result->boolVal = VARIANT_TRUE;
-        return S_OK;
-    }
-
-    std::vector<IID> asked;
-};
-
 TEST_F(shell_properties, the_folder_is_asked_for_first_and_wins)
 {
-    shell_object_of_both_kinds object;
+    const auto object = scripted_object::make([](DISPID, const VARIANT*, VARIANT& result) {
+        result.vt = VT_BOOL;
+        result.boolVal = VARIANT_TRUE;
+        return S_OK;
+    });
+    object->is_everything = true;
     folder_rows("");
-    const HTREEITEM item = frame().InsertNavNode({}, u"both", {NODEKIND_SHELL_SHORTCUT, &object});
-    object.asked.clear();
+    const HTREEITEM item = frame().InsertNavNode({}, u"both", {NODEKIND_SHELL_SHORTCUT, object});
+    object->asked.clear();
     frame().Tree().SelectItem(item);
     EXPECT_EQ(rows_of(frame()).size(), 2u);
-    EXPECT_EQ(object.asked, (std::vector<IID>{IID_IMediaShellFolder, IID_IMediaShortcut}));
+    EXPECT_EQ(object->asked, (std::vector<IID>{IID_IMediaShellFolder, IID_IMediaShortcut}));
     frame_access::nodes(frame()).clear();
 }
 

@@ -115,7 +115,9 @@ com_ptr<scripted_object> scripted_object::make(answer on_invoke, const IID& iid)
 
 HRESULT scripted_object::QueryInterface(REFIID iid, void** object) noexcept
 {
-    const bool known = iid == IID_IUnknown || iid == IID_IDispatch || (iid == m_iid && iid != IID_NULL);
+    asked.push_back(iid);
+    const bool known =
+        is_everything || iid == IID_IUnknown || iid == IID_IDispatch || (iid == m_iid && iid != IID_NULL);
     *object = known ? this : nullptr;
     if (known)
         AddRef();

@@ -24,6 +24,9 @@ public:
     [[nodiscard]] static automation::com_ptr<scripted_object> make(answer on_invoke, const IID& iid = IID_NULL);
     /// Called at each release, before the count goes down.
     std::function<void()> on_release;
+    /// Whether it is whatever it is asked for, and what it was asked for.
+    bool is_everything = false;
+    std::vector<IID> asked;
 
     HRESULT QueryInterface(REFIID iid, void** object) noexcept override;
     ULONG AddRef() noexcept override;
