@@ -69,6 +69,9 @@ function(cw_test name)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR})
     target_compile_definitions(${name} PRIVATE
         CW_TEST_BUILD_DIR="${CMAKE_BINARY_DIR}" CW_TEST_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    # Tests are many and run once: optimising them takes longer than it spares. What they test is built
+    # as it ships.
+    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O0>)
     include(GoogleTest)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_PREFIX ${name}/ PROPERTIES TIMEOUT 300)
 endfunction()
