@@ -9,27 +9,13 @@
 namespace cw {
 namespace {
 
-/// Makes room for `added` more elements. Grown by a quarter at a time, so that storage stays close to
-/// what it holds; appending is still constant time on average.
-template <class T>
-void make_room(std::vector<T>& storage, std::size_t added)
+/// Makes room for `added` more code units, a quarter at a time as the cells grow.
+void make_room(std::vector<char16_t>& storage, std::size_t added)
 {
     constexpr std::size_t smallest_growth = 16;
     const std::size_t needed = storage.size() + added;
     if (needed > storage.capacity())
         storage.reserve(std::max(needed, storage.capacity() + storage.capacity() / 4 + smallest_growth));
-}
-
-template <class T>
-void give_back(std::vector<T>& storage) noexcept
-{
-    std::vector<T>().swap(storage);
-}
-
-template <class T>
-std::size_t size_in_bytes(const std::vector<T>& storage) noexcept
-{
-    return storage.capacity() * sizeof(T);
 }
 
 } // namespace
@@ -81,7 +67,8 @@ void CListCtrl::compact()
     std::vector<char16_t> packed;
     packed.reserve(used + used / 8);
     constexpr std::uint64_t start_mask = (std::uint64_t{1} << start_bits) - 1;
-    for (cell& kept : m_cells) {
+    for (std::size_t place = 0; place < m_cells.size(); ++place) {
+        cell& kept = m_cells[place];
         const auto first = m_texts.begin() + static_cast<std::ptrdiff_t>(kept.start);
         kept.start = packed.size() & start_mask;
         packed.insert(packed.end(), first, first + static_cast<std::ptrdiff_t>(kept.length));
@@ -100,14 +87,10 @@ void CListCtrl::InsertColumn(std::size_t index, std::u16string_view label, int w
         return;
     std::vector<cell> widened;
     widened.reserve(m_rowCount * m_columns.size());
-    for (std::size_t row = 0; row < m_rowCount; ++row) {
-        const auto first = m_cells.begin() + static_cast<std::ptrdiff_t>(row * before);
-        const auto gap = first + static_cast<std::ptrdiff_t>(index);
-        widened.insert(widened.end(), first, gap);
-        widened.push_back({});
-        widened.insert(widened.end(), gap, first + static_cast<std::ptrdiff_t>(before));
-    }
-    m_cells = std::move(widened);
+    for (std::size_t row = 0; row < m_rowCount; ++row)
+        for (std::size_t column = 0; column < m_columns.size(); ++column)
+            widened.push_back(column == index ? cell{} : m_cells[row * before + column - (column > index ? 1 : 0)]);
+    m_cells = gap_vector(std::move(widened));
 }
 
 bool CListCtrl::DeleteColumn(std::size_t index)
@@ -124,7 +107,7 @@ bool CListCtrl::DeleteColumn(std::size_t index)
             drop_text(m_cells[place]);
         else
             narrowed.push_back(m_cells[place]);
-    m_cells = std::move(narrowed);
+    m_cells = gap_vector(std::move(narrowed));
     compact();
     return true;
 }
@@ -134,19 +117,17 @@ std::size_t CListCtrl::InsertItem(std::size_t row, std::u16string_view text, std
     changing();
     row = std::min(row, m_rowCount);
     if (image && m_images.empty()) {
-        make_room(m_images, m_rowCount + 1);
-        m_images.assign(m_rowCount, no_image);
+        m_images.make_room(m_rowCount + 1);
+        m_images.insert(0, m_rowCount, no_image);
     }
     if (!m_columns.empty()) {
         const cell first = store_text(text);
-        make_room(m_cells, m_columns.size());
-        const auto place = m_cells.begin() + static_cast<std::ptrdiff_t>(row * m_columns.size());
-        *m_cells.insert(place, m_columns.size(), cell{}) = first;
+        const std::size_t place = row * m_columns.size();
+        m_cells.insert(place, m_columns.size(), {});
+        m_cells[place] = first;
     }
-    if (image || !m_images.empty()) {
-        make_room(m_images, 1);
-        m_images.insert(m_images.begin() + static_cast<std::ptrdiff_t>(row), image.value_or(no_image));
-    }
+    if (image || !m_images.empty())
+        m_images.insert(row, 1, image.value_or(no_image));
     ++m_rowCount;
     if (m_selectedRow != no_row && row <= m_selectedRow)
         ++m_selectedRow;
@@ -185,9 +166,9 @@ void CListCtrl::DeleteAllItems()
 {
     changing();
     // The memory of a long list goes with it.
-    give_back(m_texts);
-    give_back(m_cells);
-    give_back(m_images);
+    std::vector<char16_t>().swap(m_texts);
+    m_cells = {};
+    m_images = {};
     m_unusedUnits = 0;
     m_rowCount = 0;
     SelectRow(no_row);
@@ -223,20 +204,20 @@ void CListCtrl::SortItems(const std::function<int(std::size_t, std::size_t)>& co
     std::vector<std::int32_t> images;
     images.reserve(m_images.size());
     for (const std::size_t row : order) {
-        const auto first = m_cells.begin() + static_cast<std::ptrdiff_t>(row * m_columns.size());
-        cells.insert(cells.end(), first, first + static_cast<std::ptrdiff_t>(m_columns.size()));
+        for (std::size_t column = 0; column < m_columns.size(); ++column)
+            cells.push_back(m_cells[row * m_columns.size() + column]);
         if (!m_images.empty())
             images.push_back(m_images[row]);
     }
-    m_cells = std::move(cells);
-    m_images = std::move(images);
+    m_cells = gap_vector(std::move(cells));
+    m_images = gap_vector(std::move(images));
     if (m_selectedRow != no_row)
         m_selectedRow = static_cast<std::size_t>(std::ranges::find(order, m_selectedRow) - order.begin());
 }
 
 std::size_t CListCtrl::storage_in_bytes() const noexcept
 {
-    return size_in_bytes(m_texts) + size_in_bytes(m_cells) + size_in_bytes(m_images);
+    return m_texts.capacity() * sizeof(char16_t) + m_cells.size_in_bytes() + m_images.size_in_bytes();
 }
 
 void CListCtrl::ClickHeader(std::size_t column)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "framework/control_window.h"
+#include "framework/gap_vector.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -47,7 +48,8 @@ public:
     [[nodiscard]] std::size_t GetColumnCount() const noexcept { return m_columns.size(); }
     [[nodiscard]] const list_column& GetColumn(std::size_t index) const { return m_columns.at(index); }
 
-    /// Inserts a row whose first cell is `text` at `row` (clamped to the count); answers its index.
+    /// Inserts a row whose first cell is `text` at `row` (clamped to the count); answers its index. A
+    /// run of rows is quick wherever it goes in.
     /// A row of a list without columns has no cells.
     std::size_t InsertItem(std::size_t row, std::u16string_view text, std::optional<int> image = {});
     /// False where there is no such row or column.
@@ -103,10 +105,10 @@ private:
     void compact();
 
     std::vector<list_column> m_columns;
-    std::vector<char16_t> m_texts;      // of all cells, in the order in which they came
-    std::size_t m_unusedUnits = 0;      // of `m_texts`, left behind by cells that changed
-    std::vector<cell> m_cells;          // column count times row count, row by row
-    std::vector<std::int32_t> m_images; // one a row, or empty while no row has an image
+    std::vector<char16_t> m_texts;     // of all cells, in the order in which they came
+    std::size_t m_unusedUnits = 0;     // of `m_texts`, left behind by cells that changed
+    gap_vector<cell> m_cells;          // column count times row count, row by row
+    gap_vector<std::int32_t> m_images; // one a row, or empty while no row has an image
     std::size_t m_rowCount = 0;
     std::size_t m_selectedRow = no_row;
     std::size_t m_clickedColumn = 0;
