@@ -40,8 +40,15 @@ void library_folder::add_fixture_media()
     std::filesystem::create_symlink(CW_TEST_BUILD_DIR "/fixture/MediaForge40.dll", m_folder.file("MediaForge40.dll"));
 }
 
+void library_folder::add_fixture_logs()
+{
+    std::filesystem::create_symlink(CW_TEST_BUILD_DIR "/fixture/LogKit.dll", m_folder.file("LogKit.dll"));
+}
+
 void library_folder::add(std::string_view file_name, dll_get_class_object entry_point)
 {
+    // Written through its link, a fixture library would be emptied for everybody.
+    remove(file_name);
     m_folder.write(file_name, "");
     m_entryPoints[m_folder.wide_file(file_name)] = entry_point;
 }
@@ -82,6 +89,7 @@ frame_harness::frame_harness() : m_inUse(made()), m_application(*this)
 {
     forget_loaded_libraries();
     libraries.add_fixture_media();
+    libraries.add_fixture_logs();
 }
 
 frame_harness::~frame_harness()
@@ -126,6 +134,13 @@ bool frame_harness::open_media(std::string_view media_members)
     std::string model = "{\"trace\": " + trace + ", \"media\": {";
     model.append(media_members).append("}}");
     return open(write(model));
+}
+
+bool frame_harness::open_log(std::string_view model)
+{
+    json traced = json::parse(model);
+    traced["trace"] = folder.file(trace_name);
+    return open(write(traced.dump(), "log.clg"));
 }
 
 std::string frame_harness::features_json(std::string_view picture)

@@ -1,5 +1,5 @@
 // The whole program over a toolkit that draws nothing and a person who answers from a script, with
-// the fixture media library beside it. Tests of the frame, its views and the companion use it.
+// the fixture libraries beside it. Tests of the frame, its views and the companion use it.
 #pragma once
 
 #include "app/application.h"
@@ -41,7 +41,9 @@ public:
 
     /// Puts the fixture media library beside the program.
     void add_fixture_media();
-    /// Puts a library there whose entry point is a function of the test.
+    /// Puts the fixture log library beside the program.
+    void add_fixture_logs();
+    /// Puts a library there whose entry point is a function of the test, in place of one of that name.
     void add(std::string_view file_name, dll_get_class_object entry_point);
     void remove(std::string_view file_name);
 
@@ -67,7 +69,7 @@ public:
     [[nodiscard]] CMainFrame& frame() { return *m_application.MainWindow(); }
     [[nodiscard]] CCwCabVu3App& application() noexcept { return m_application; }
 
-    /// Writes a model of a media and answers its path.
+    /// Writes a model and answers its path.
     std::u16string write(std::string_view model, std::string_view name = "media.hdr") const;
     /// Opens a path as an entry from the window; what the frame answered, false after an exception.
     bool open(std::u16string_view path);
@@ -76,10 +78,13 @@ public:
     /// The same for a tree's root of features given as a picture (see `features_json`).
     bool open_features(std::string_view picture) { return open_media("\"Features\": " + features_json(picture)); }
 
+    /// Writes and opens a whole model of a log.
+    bool open_log(std::string_view model);
+
     /// `[{"Name": …, "SubFeatures": […]}, …]` from lines that are indented by two blanks a level.
     [[nodiscard]] static std::string features_json(std::string_view picture);
     /// The calls that the library wrote down since the last call of this; models made by `open_media`
-    /// are traced.
+    /// and `open_log` are traced.
     [[nodiscard]] std::vector<std::string> take_trace();
     /// The lines of errors that no site caught since the last call of this.
     [[nodiscard]] std::vector<std::string> take_unhandled();
