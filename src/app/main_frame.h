@@ -90,6 +90,27 @@ public:
     void ShowRegistryNode(HTREEITEM item);
     void ShowMediaSettings(HTREEITEM item);
 
+    // ---- the tree of a log: log/log_tree.cpp --------------------------------------------------
+    /// Builds the tree of the open log below its top item; nothing without one.
+    void PopulateLogTree();
+    /// Adds the features of a collection, each with its groups of operations and what is below it.
+    void AddSubFeatures(HTREEITEM parent, IFeatureLogCollection* features);
+    /// Adds a node for each type of operations that the feature has.
+    void AddOperationGroups(HTREEITEM item, IFeatureLog* feature);
+
+    // ---- log presenters: log/feature_log_properties.cpp, log/operation_rows.cpp ---------------
+    void ShowFeatureLogProperties(HTREEITEM item);
+    void ShowFileOperations(HTREEITEM item);
+    void ShowSelfRegistrationOperations(HTREEITEM item);
+    /// Both registry types in one list: the wide side's rows above those of the narrow one.
+    void ShowBothRegistryOperations(HTREEITEM item);
+    /// Adds the rows of one of the two registry types above those that are there.
+    void ShowRegistryOperations(std::u16string_view type_name, HTREEITEM item);
+    void ShowIniOperations(HTREEITEM item);
+    void ShowShellOperations(HTREEITEM item);
+    void ShowGeneralOperations(HTREEITEM item);
+    void ShowDotNetOperations(HTREEITEM item);
+
     // ---- the one way out of a media: media/extract_file.cpp -----------------------------------
     void OnExtractFile(std::uint32_t id);
     void OnUpdateExtractFile(command_ui& ui);
@@ -113,6 +134,8 @@ public:
 
     [[nodiscard]] bool HasMediaFactory() const noexcept { return static_cast<bool>(m_mediaFactory); }
     [[nodiscard]] bool HasLogLoader() const noexcept { return static_cast<bool>(m_logLoader); }
+    /// The log library's entry object, borrowed; null where there is none.
+    [[nodiscard]] ILogLoader* LogLoader() const noexcept { return m_logLoader.get(); }
 
     /// Gets the commands that the frame has no entry for; answers whether it took one.
     using command_target = std::function<bool(std::uint32_t id, command_ui* ui)>;
@@ -136,6 +159,8 @@ private:
     bool OpenMediaFile(const string& path, const automation::com_ptr<IDispatch>& previous_media);
     void ReportOpenError();
     void ClearTreeAndList();
+    /// The feature whose log a node shows. E_POINTER where it shows none.
+    [[nodiscard]] automation::com_ptr<IFeatureLog> FeatureLogOf(HTREEITEM item);
     /// A root item with the text of a string resource and no node.
     HTREEITEM InsertRoot(std::uint32_t label_id, tree_item_images images);
     [[nodiscard]] bool IsFilesItem(HTREEITEM item) const;

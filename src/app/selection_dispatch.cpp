@@ -25,6 +25,14 @@ constexpr auto presenters = std::to_array<dispatch_entry>({
     {NODEKIND_SHELL_FOLDER, &CMainFrame::ShowShellObject},
     {NODEKIND_REGISTRY_KEY, &CMainFrame::ShowRegistryNode, true},
     {NODEKIND_MEDIA_SETTINGS, &CMainFrame::ShowMediaSettings},
+    {NODEKIND_LOG_FEATURE, &CMainFrame::ShowFeatureLogProperties},
+    {NODEKIND_LOG_FILE, &CMainFrame::ShowFileOperations},
+    {NODEKIND_LOG_FILEREG, &CMainFrame::ShowSelfRegistrationOperations},
+    {NODEKIND_LOG_REGISTRY, &CMainFrame::ShowBothRegistryOperations},
+    {NODEKIND_LOG_INI, &CMainFrame::ShowIniOperations},
+    {NODEKIND_LOG_SHELL, &CMainFrame::ShowShellOperations},
+    {NODEKIND_LOG_GENERAL, &CMainFrame::ShowGeneralOperations},
+    {NODEKIND_LOG_DOTNET, &CMainFrame::ShowDotNetOperations},
     {NODEKIND_SHELL_SHORTCUT, &CMainFrame::ShowShellObject},
 });
 

@@ -67,6 +67,7 @@ bool CMainFrame::OpenFile(const string& path)
 bool CMainFrame::OpenLogFile(const string& path)
 {
     OpenLog(path);
+    PopulateLogTree();
     m_treeCtrl.SelectItem({});
     m_recentFiles.Add(path);
     return true;

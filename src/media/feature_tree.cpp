@@ -28,7 +28,7 @@ void CMainFrame::BuildFeatureTree()
 
 void CMainFrame::AddFeatures(HTREEITEM parent, IDispatch* features)
 {
-    walk_nested({parent, features},
+    walk_nested(collection_level{parent, features},
                 [&](HTREEITEM below, const automation::com_ptr<IDispatch>& feature) -> std::optional<collection_level> {
                     const string name = get(feature.get(), media_feature::Name);
                     if (!m_expertMode && contains_any(name, hidden_names))

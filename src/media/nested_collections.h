@@ -1,6 +1,7 @@
 // The walk of collections that nest: features in features, shell folders in shell folders.
 #pragma once
 
+#include "bridges/log_objects.h"
 #include "bridges/media_objects.h"
 #include "framework/tree_control.h"
 
@@ -10,41 +11,43 @@
 
 namespace cw {
 
-/// A collection on the way, and the tree item that its items go under.
-struct collection_level {
+/// A collection on the way, and the tree item that its items go under. `Collection` is one that
+/// `collection_count` and `collection_item` take.
+template <class Collection>
+struct level_of {
     HTREEITEM parent;
-    automation::com_ptr<IDispatch> items;
+    automation::com_ptr<Collection> items;
     /// The object whose collection this is; null at the top.
     automation::com_ptr<IDispatch> owner = {};
     std::int64_t next_index = 1;
 };
+using collection_level = level_of<IDispatch>;
 
 /// Calls `enter(parent, item)` for each item in the order of the library; where that answers a level,
 /// it is walked before the next item. Calls `leave(level)` behind the last item of a level. Counts are
 /// read anew before each item. Collections nest as deep as the library says, which may be deeper than
 /// a call stack, so the walk keeps a stack of its own.
-template <class Enter, class Leave>
-void walk_nested(collection_level top, Enter enter, Leave leave)
+template <class Collection, class Enter, class Leave>
+void walk_nested(level_of<Collection> top, Enter enter, Leave leave)
 {
-    std::vector<collection_level> levels{std::move(top)};
+    std::vector<level_of<Collection>> levels{std::move(top)};
     while (!levels.empty()) {
-        collection_level& level = levels.back();
+        level_of<Collection>& level = levels.back();
         if (level.next_index > collection_count(level.items.get())) {
             leave(level);
             levels.pop_back();
             continue;
         }
-        const automation::com_ptr<IDispatch> item =
-            collection_item(level.items.get(), static_cast<std::int32_t>(level.next_index++));
-        if (std::optional<collection_level> below = enter(level.parent, item))
+        const auto item = collection_item(level.items.get(), static_cast<std::int32_t>(level.next_index++));
+        if (std::optional<level_of<Collection>> below = enter(level.parent, item))
             levels.push_back(*std::move(below));
     }
 }
 
-template <class Enter>
-void walk_nested(collection_level top, Enter enter)
+template <class Collection, class Enter>
+void walk_nested(level_of<Collection> top, Enter enter)
 {
-    walk_nested(std::move(top), enter, [](const collection_level&) {});
+    walk_nested(std::move(top), enter, [](const level_of<Collection>&) {});
 }
 
 } // namespace cw

@@ -37,7 +37,7 @@ void CMainFrame::AddShellFolders(HTREEITEM parent, IDispatch* folders)
             InsertNavNode(level.parent, get(shortcut, media_shortcut::Name), {NODEKIND_SHELL_SHORTCUT, shortcut});
         });
     };
-    walk_nested({parent, folders}, enter, leave);
+    walk_nested(collection_level{parent, folders}, enter, leave);
 }
 
 } // namespace cw

@@ -38,8 +38,9 @@ struct posix_set {
         make_ini_machine_settings(machine_settings_file(), installed_library_folder());
     memory_user_settings user;
     std::unique_ptr<class_registry> classes = make_empty_class_registry();
+    std::unique_ptr<runtime_contract> runtime = make_aborting_runtime();
     services all{memory.get(), pages.get(),   rules.get(), messages.get(), libraries.get(),
-                 files.get(),  machine.get(), &user,       classes.get()};
+                 files.get(),  machine.get(), &user,       classes.get(),  runtime.get()};
 };
 
 } // namespace

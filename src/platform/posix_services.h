@@ -27,5 +27,7 @@ namespace cw::platform {
                                                                           const std::u16string& common_files_folder);
 /// No class is registered on this system.
 [[nodiscard]] std::unique_ptr<class_registry> make_empty_class_registry();
+/// An invalid parameter aborts the process, with a line on standard error.
+[[nodiscard]] std::unique_ptr<runtime_contract> make_aborting_runtime();
 
 } // namespace cw::platform

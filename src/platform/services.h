@@ -124,6 +124,14 @@ struct class_registry {
                                     void** object) noexcept = 0;
 };
 
+/// What becomes of a call that breaks the contract of a runtime function.
+struct runtime_contract {
+    virtual ~runtime_contract() = default;
+    /// A function was given what it cannot do, such as a buffer that is too small for its result. The
+    /// program ends here; a stand-in may return.
+    virtual void invalid_parameter() noexcept = 0;
+};
+
 /// The set in use. No member is null.
 struct services {
     text_memory* memory;
@@ -135,6 +143,7 @@ struct services {
     machine_settings* machine;
     user_settings* user;
     class_registry* classes;
+    runtime_contract* runtime;
 };
 
 /// The set in use; the POSIX side until a program or a test says otherwise.

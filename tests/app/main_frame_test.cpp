@@ -290,6 +290,7 @@ TEST(main_frame, releases_what_it_holds_in_the_reverse_order_of_its_members)
     };
     hold(frame_access::media(program.frame()), "media");
     hold(frame_access::media_factory(program.frame()), "factory");
+    frame_access::nodes(program.frame()).clear();
     hold(frame_access::nodes(program.frame())[program.frame().Tree().GetRootItem()].object, "node");
     released.clear();
     program.frame().Close();

@@ -22,6 +22,7 @@ TEST(posix_services, has_every_member)
     EXPECT_NE(set.machine, nullptr);
     EXPECT_NE(set.user, nullptr);
     EXPECT_NE(set.classes, nullptr);
+    EXPECT_NE(set.runtime, nullptr);
     EXPECT_EQ(&posix_services(), &set);
 }
 

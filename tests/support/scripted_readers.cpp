@@ -53,6 +53,17 @@ private:
     ULONG m_references = 1;
 };
 
+class no_features final : public log_object<IFeatureLogCollection> {
+public:
+    no_features() : log_object(IID_IFeatureLogCollection, "features") {}
+    HRESULT Count(LONG* count) noexcept override
+    {
+        *count = 0;
+        return S_OK;
+    }
+    HRESULT Item(VARIANT, IFeatureLog**) noexcept override { return E_NOTIMPL; }
+};
+
 class feature final : public log_object<IFeatureLog> {
 public:
     feature() : log_object(IID_IFeatureLog, "feature") {}
@@ -62,11 +73,19 @@ public:
         return S_OK;
     }
     HRESULT reserved_2() noexcept override { return E_NOTIMPL; }
-    HRESULT ID(BSTR*) noexcept override { return E_NOTIMPL; }
+    HRESULT ID(BSTR* id) noexcept override
+    {
+        *id = SysAllocString(u"APP_MAIN_LOG");
+        return S_OK;
+    }
     HRESULT Parent(IFeatureLog**) noexcept override { return E_NOTIMPL; }
     HRESULT PropertyValue(VARIANT, VARIANT*) noexcept override { return E_NOTIMPL; }
     HRESULT reserved_6() noexcept override { return E_NOTIMPL; }
-    HRESULT SubFeatures(IFeatureLogCollection**) noexcept override { return E_NOTIMPL; }
+    HRESULT SubFeatures(IFeatureLogCollection** features) noexcept override
+    {
+        *features = new no_features;
+        return S_OK;
+    }
     HRESULT Operations(BSTR, IOperationList**) noexcept override { return E_NOTIMPL; }
     HRESULT reserved_9() noexcept override { return E_NOTIMPL; }
     HRESULT reserved_10() noexcept override { return E_NOTIMPL; }

@@ -251,6 +251,7 @@ platform::services scripted_services::made() noexcept
     set.machine = &machine;
     set.user = &user;
     set.classes = &classes;
+    set.runtime = &runtime;
     return set;
 }
 

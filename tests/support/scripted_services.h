@@ -138,6 +138,12 @@ private:
     call_log& m_log;
 };
 
+/// Counts invalid parameters and goes on, as a handler of the program's own would.
+struct scripted_runtime final : platform::runtime_contract {
+    int invalid_parameters = 0;
+    void invalid_parameter() noexcept override { ++invalid_parameters; }
+};
+
 /// A whole set, in use from construction to the end. Code pages and text rules stay those that were
 /// in use before.
 class scripted_services {
@@ -152,6 +158,7 @@ public:
     scripted_machine_settings machine{log};
     platform::memory_user_settings user;
     scripted_class_registry classes{log};
+    scripted_runtime runtime;
 
 private:
     platform::services made() noexcept;
