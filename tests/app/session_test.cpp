@@ -171,6 +171,8 @@ TEST_F(session, the_old_session_is_given_up_in_order_each_pointer_null_first)
     EXPECT_EQ(scripted_object::alive, 0);
     // The main feature, by its node: the tree of a log stays until something else opens.
     EXPECT_EQ(log.alive, 1);
+    frame_access::nodes(frame()).clear();
+    EXPECT_EQ(log.alive, 0);
 }
 
 TEST_F(session, the_library_is_called_when_the_old_session_is_gone)
