@@ -1,7 +1,7 @@
 #include "readers/mediaforge/cabinet.h"
 
 #include "readers/mediaforge/cabinet_system.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <sys/stat.h>
 
@@ -100,7 +100,7 @@ std::string find_file(const std::string& folder, const std::string& name)
          entry.increment(ignored)) {
         const std::string candidate = entry->path().filename().string();
         // The order of a folder is accidental; the choice among spellings is not.
-        if (equal_ignoring_ascii_case(candidate, name) && (best.empty() || candidate < best))
+        if (storage::equal_ignoring_ascii_case(candidate, name) && (best.empty() || candidate < best))
             best = candidate;
     }
     return best.empty() ? best : folder + "/" + best;
@@ -134,7 +134,7 @@ cabinet::~cabinet()
 mscabd_cabinet* cabinet::open_one(const std::string& path)
 {
     m_paths.push_back(path);
-    m_stamps.push_back(stamp_of(path));
+    m_stamps.push_back(storage::stamp_of(path));
     m_system->system_error = 0;
     mscabd_cabinet* opened = m_decompressor->open(m_decompressor, m_paths.back().c_str());
     if (opened)
@@ -167,7 +167,7 @@ mscabd_cabinet* cabinet::join_next(mscabd_cabinet* end, bool before)
     }
     if (!m_missingNeighbour.empty())
         m_missingNeighbour += u"; ";
-    m_missingNeighbour.append(u"\"").append(to_utf16(name)).append(u"\"").append(problem);
+    m_missingNeighbour.append(u"\"").append(storage::to_utf16(name)).append(u"\"").append(problem);
     return nullptr;
 }
 
@@ -214,7 +214,7 @@ void cabinet::join_neighbours()
 
 bool cabinet::is_unchanged() const noexcept
 {
-    return std::ranges::equal(m_paths, m_stamps, {}, stamp_of);
+    return std::ranges::equal(m_paths, m_stamps, {}, storage::stamp_of);
 }
 
 void cabinet::collect_entries()

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "formats/sealed.h"
-#include "readers/mediaforge/file_stamp.h"
 #include "readers/mediaforge/mszip_folders.h"
+#include "readers/storage/file_stamp.h"
 
 #include <mspack.h>
 
@@ -44,7 +44,7 @@ public:
     /// Of the cabinet that was opened, without its neighbours.
     [[nodiscard]] std::uint64_t size_in_bytes() const noexcept { return m_stamps.front().size_in_bytes; }
     /// Of all files of the set as they were when they were opened, this one's first.
-    [[nodiscard]] const std::vector<file_stamp>& stamps() const noexcept { return m_stamps; }
+    [[nodiscard]] const std::vector<storage::file_stamp>& stamps() const noexcept { return m_stamps; }
     /// Whether all files of the set are still what was opened.
     [[nodiscard]] bool is_unchanged() const noexcept;
 
@@ -65,7 +65,7 @@ private:
     mscab_decompressor* m_decompressor = nullptr;
     mscabd_cabinet* m_cabinet = nullptr;
     std::list<std::string> m_paths; // libmspack keeps pointers to them
-    std::vector<file_stamp> m_stamps;
+    std::vector<storage::file_stamp> m_stamps;
     struct kept_file {
         std::string name;
         mscabd_file file;

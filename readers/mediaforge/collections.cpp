@@ -4,7 +4,7 @@
 #include "readers/mediaforge/feature_objects.h"
 #include "readers/mediaforge/registry_objects.h"
 #include "readers/mediaforge/shell_objects.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 namespace cw::mediaforge {
 namespace {
@@ -61,7 +61,7 @@ com_ptr<IDispatch> registry_key_item(const media_handle& media, const row_key& k
 std::optional<std::int32_t> find_component(const media_handle& media, const row_key&, const std::u16string& name)
 {
     row_cursor& row = (*media)[rows::component_by_name];
-    if (!row.find({}, to_utf8(name)))
+    if (!row.find({}, storage::to_utf8(name)))
         return {};
     return static_cast<std::int32_t>(row.natural(0, INT32_MAX) - 1);
 }
@@ -69,7 +69,7 @@ std::optional<std::int32_t> find_component(const media_handle& media, const row_
 std::optional<std::int32_t> find_file_name(const media_handle& media, const row_key& key, const std::u16string& name)
 {
     row_cursor& row = (*media)[rows::file_by_name];
-    if (!row.find({key.first}, to_utf8(name)))
+    if (!row.find({key.first}, storage::to_utf8(name)))
         return {};
     return static_cast<std::int32_t>(row.natural(0, INT32_MAX));
 }
@@ -124,8 +124,8 @@ std::int32_t position_of(const VARIANT* which, std::int32_t count, std::u16strin
         throw automation::automation_error(DISP_E_TYPEMISMATCH,
                                            u"A " + std::u16string(item_name) + u" is found by its index.");
     if (index.lVal < 1 || index.lVal > count)
-        no_such_item(item_name,
-                     u" number " + to_utf16(std::to_string(index.lVal)) + u" among " + to_utf16(std::to_string(count)));
+        no_such_item(item_name, u" number " + storage::to_utf16(std::to_string(index.lVal)) + u" among " +
+                                    storage::to_utf16(std::to_string(count)));
     return index.lVal - 1;
 }
 

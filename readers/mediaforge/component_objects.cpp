@@ -1,7 +1,7 @@
 #include "readers/mediaforge/component_objects.h"
 
 #include "formats/md5.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <algorithm>
 #include <limits>
@@ -24,12 +24,12 @@ com_ptr<IDispatch> component_object::files()
 
 automation::bstr file_object::file_name()
 {
-    return to_bstr(row().text(0));
+    return storage::to_bstr(row().text(0));
 }
 
 automation::bstr file_object::version()
 {
-    return to_bstr(row().text(4));
+    return storage::to_bstr(row().text(4));
 }
 
 std::int32_t file_object::size()
@@ -51,13 +51,13 @@ automation::bstr file_object::md5_signature()
 {
     const row_cursor& own = row();
     if (own.is_null(5))
-        return to_bstr({});
+        return storage::to_bstr({});
     const formats::byte_view stored = own.blob(5);
     formats::md5_digest digest;
     if (stored.size() != digest.size())
         own.contradict(u"a signature is not 16 bytes");
     std::copy(stored.begin(), stored.end(), digest.begin());
-    return to_bstr(formats::md5_text(digest));
+    return storage::to_bstr(formats::md5_text(digest));
 }
 
 std::int32_t file_object::flags()
@@ -67,7 +67,7 @@ std::int32_t file_object::flags()
 
 void file_object::extract(const std::u16string& target)
 {
-    m_media->extract(m_key.first, m_key.second, to_native_path(target));
+    m_media->extract(m_key.first, m_key.second, storage::to_native_path(target));
 }
 
 } // namespace cw::mediaforge

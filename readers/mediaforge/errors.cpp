@@ -1,10 +1,34 @@
 #include "readers/mediaforge/errors.h"
 
-#include "readers/mediaforge/text.h"
-
-#include <cstring>
+#include "readers/storage/text.h"
 
 namespace cw::mediaforge {
+namespace {
+
+/// The numbers of what is told of any file; all else is a file that is no media.
+struct fault_row {
+    storage::fault what;
+    error_number number;
+};
+constexpr auto fault_rows = std::to_array<fault_row>({
+    {storage::fault::not_found, error_number::not_found},
+    {storage::fault::access_denied, error_number::access_denied},
+    {storage::fault::out_of_memory, error_number::out_of_memory},
+    {storage::fault::is_a_folder, error_number::is_a_folder},
+    {storage::fault::not_a_file, error_number::not_a_file},
+    {storage::fault::unreadable, error_number::read_failed},
+    {storage::fault::contradiction, error_number::contradiction},
+});
+
+error_number error_of(storage::fault what) noexcept
+{
+    for (const fault_row& row : fault_rows)
+        if (row.what == what)
+            return row.number;
+    return error_number::not_a_media;
+}
+
+} // namespace
 
 std::u16string media_error_text(error_number number, std::u16string_view file, std::u16string_view detail)
 {
@@ -12,52 +36,25 @@ std::u16string media_error_text(error_number number, std::u16string_view file, s
     for (const media_error_row& row : media_error_table)
         if (row.number == number)
             format = row.text;
-    std::u16string text;
-    for (std::size_t i = 0; i < format.size(); ++i) {
-        if (format[i] != u'%' || i + 1 == format.size()) {
-            text += format[i];
-            continue;
-        }
-        text += format[++i] == u'1' ? file : detail;
-    }
-    return text;
+    return storage::fill_error_text(format, file, detail);
 }
 
 media_failure::media_failure(error_number number, std::string_view file, std::u16string_view detail, int system_error)
-    : automation_error(media_error_result(number), media_error_text(number, to_utf16(file), detail)), m_number(number),
-      m_systemText(system_error_text(system_error))
+    : automation_error(media_error_result(number), media_error_text(number, storage::to_utf16(file), detail)),
+      m_number(number), m_systemText(storage::system_error_text(system_error))
 {
-}
-
-std::u16string system_error_text(int system_error)
-{
-    if (system_error == 0)
-        return {};
-    char room[256] = {};
-    return to_utf16(strerror_r(system_error, room, sizeof room));
 }
 
 error_number media_error_of(int system_error) noexcept
 {
-    switch (system_error) {
-    case ENOENT:
-    case ENOTDIR:
-    case ENAMETOOLONG:
-    case ELOOP:
-    case EINVAL:
-        return error_number::not_found;
-    case EACCES:
-    case EPERM:
-        return error_number::access_denied;
-    case EISDIR:
-        return error_number::is_a_folder;
-    case ENXIO:
-        return error_number::not_a_file;
-    case ENOMEM:
-        return error_number::out_of_memory;
-    default:
-        return error_number::read_failed;
-    }
+    return error_of(storage::fault_of(system_error));
+}
+
+void raise_fault(storage::fault what, const std::string& path, std::u16string_view detail, int system_error)
+{
+    if (what == storage::fault::overwritten)
+        detail = u"it was overwritten while it was open";
+    throw media_failure(error_of(what), path, detail, system_error);
 }
 
 void error_record::remember(const media_failure& failure)

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "automation/dispatch_object.h"
+#include "readers/storage/fault.h"
 
 #include <array>
-#include <cerrno>
 #include <string>
 #include <string_view>
 
@@ -85,10 +85,11 @@ private:
     std::u16string m_systemText;
 };
 
-/// The system's text for an errno; empty for 0.
-[[nodiscard]] std::u16string system_error_text(int system_error);
 /// The error for a path that a system call refused with `system_error`.
 [[nodiscard]] error_number media_error_of(int system_error) noexcept;
+/// Throws the failure for what is wrong with a header's file.
+[[noreturn]] void raise_fault(storage::fault what, const std::string& path, std::u16string_view detail,
+                              int system_error);
 
 /// What `LastError` answers: shared by a factory and the media that it opened.
 struct error_record {

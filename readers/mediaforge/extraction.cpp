@@ -5,7 +5,7 @@
 #include "formats/sealed.h"
 #include "readers/mediaforge/errors.h"
 #include "readers/mediaforge/target_file.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <algorithm>
 #include <ctime>
@@ -53,7 +53,7 @@ stored_file read_row(header_rows& queries, std::int64_t component, std::int64_t 
     part.rewind({component, position});
     while (part.next()) {
         if (part.integer(0) != static_cast<std::int64_t>(file.parts.size()))
-            part.contradict(u"the parts of \"" + to_utf16(file.name) + u"\" have a gap");
+            part.contradict(u"the parts of \"" + storage::to_utf16(file.name) + u"\" have a gap");
         file.parts.push_back({part.natural(1, largest), part.natural(2, largest), part.natural(3, largest)});
     }
     if (file.parts.empty())
@@ -113,7 +113,7 @@ void read_clear(const stored_file& file, volumes& source, formats::byte_view key
         });
         opener.finish();
     } catch (const formats::damaged_seal& error) {
-        differ(file, to_utf16(error.what()));
+        differ(file, storage::to_utf16(error.what()));
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include "readers/mediaforge/media_objects.h"
 #include "readers/mediaforge/opening.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <new>
 
@@ -19,14 +19,14 @@ std::string password_text(const VARIANT* password)
         throw automation::automation_error(result);
     if (const HRESULT result = VariantChangeType(&text, &text, 0, VT_BSTR); FAILED(result))
         throw automation::automation_error(result, u"A password is a text.");
-    return to_utf8({text.bstrVal ? text.bstrVal : u"", SysStringLen(text.bstrVal)});
+    return storage::to_utf8({text.bstrVal ? text.bstrVal : u"", SysStringLen(text.bstrVal)});
 }
 
 } // namespace
 
 com_ptr<IDispatch> factory_object::open_media(const std::u16string& path, const VARIANT* password)
 {
-    const std::string native_path = to_native_path(path);
+    const std::string native_path = storage::to_native_path(path);
     try {
         media_handle media = mediaforge::open_media(native_path, password_text(password), m_lastError);
         *m_lastError = {};

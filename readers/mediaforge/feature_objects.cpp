@@ -1,7 +1,8 @@
 #include "readers/mediaforge/feature_objects.h"
 
 #include "readers/mediaforge/stored_value.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/stored_value.h"
+#include "readers/storage/text.h"
 
 #include <unordered_set>
 
@@ -36,7 +37,7 @@ automation::variant feature_property_object::value()
     const row_cursor& own = row();
     const auto type = static_cast<VARTYPE>(own.natural(1, UINT16_MAX));
     if (!(type & VT_ARRAY))
-        return scalar_value(own, type, 3);
+        return storage::scalar_value(own, type, 3);
     row_cursor& elements = (*m_media)[rows::property_element];
     elements.rewind(m_key);
     return array_value(elements, type, own.integer(2));
@@ -44,7 +45,7 @@ automation::variant feature_property_object::value()
 
 automation::bstr feature_property_object::property_name()
 {
-    return to_bstr(row().text(0));
+    return storage::to_bstr(row().text(0));
 }
 
 com_ptr<IDispatch> setup_type_object::features()

@@ -9,16 +9,12 @@
 
 namespace cw::mediaforge {
 
-inline constexpr std::size_t database_prefix_size_in_bytes = 100;
-
-/// Whether a file that begins with these bytes is a database of the kind that headers are.
-[[nodiscard]] bool is_database(formats::byte_view first_bytes) noexcept;
 /// Checks a database's first bytes against the size of the whole, its identification and schema
 /// version. Throws `media_failure` (not_a_media, newer_schema).
 void check_prefix(formats::byte_view first_bytes, std::uint64_t size_in_bytes, const std::string& path);
 /// Checks that every table is one: neither a view nor anything that computes its rows.
-void check_tables(database& source);
+void check_tables(storage::database& source);
 /// Checks the rows of the small tables. Throws `media_failure` (contradiction).
-void check_rows(database& source, header_rows& queries);
+void check_rows(storage::database& source, header_rows& queries);
 
 } // namespace cw::mediaforge

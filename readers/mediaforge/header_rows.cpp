@@ -1,12 +1,11 @@
 #include "readers/mediaforge/header_rows.h"
 
 #include "readers/mediaforge/errors.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 namespace cw::mediaforge {
@@ -31,30 +30,15 @@ std::string select_statement(const row_query& query)
     return sql.append(" FROM ").append(query.source);
 }
 
-std::u16string_view storage_name(int type)
-{
-    switch (type) {
-    case SQLITE_INTEGER:
-        return u"an integer";
-    case SQLITE_FLOAT:
-        return u"a real";
-    case SQLITE_TEXT:
-        return u"a text";
-    case SQLITE_BLOB:
-        return u"bytes";
-    default:
-        return u"nothing";
-    }
-}
-
 } // namespace
 
-row_cursor::row_cursor(database& source, const row_query& query)
-    : m_source(&source), m_query(&query), m_statement(source, select_statement(query))
+row_cursor::row_cursor(storage::database& source, const row_query& query)
+    // The source begins with the table's name.
+    : typed_row(source, query.source.substr(0, query.source.find(' ')), select_statement(query)), m_query(&query)
 {
 }
 
-void row_cursor::ask(const row_key& key)
+void row_cursor::ask_for(const row_key& key)
 {
     m_state = state::unasked;
     m_statement.reset();
@@ -90,14 +74,14 @@ bool row_cursor::find(const row_key& key)
         return m_state == state::found;
     if (step_to(key))
         return true;
-    ask(key);
+    ask_for(key);
     settle();
     return m_state == state::found;
 }
 
 bool row_cursor::find(const row_key& key, std::string_view text)
 {
-    ask(key);
+    ask_for(key);
     m_statement.bind(static_cast<int>(m_query->parameters), text);
     const bool found = m_statement.step();
     // The key does not tell the text, so this row answers no later question.
@@ -107,69 +91,7 @@ bool row_cursor::find(const row_key& key, std::string_view text)
 
 void row_cursor::rewind(const row_key& key)
 {
-    ask(key);
-}
-
-bool row_cursor::next()
-{
-    return m_statement.step();
-}
-
-void row_cursor::contradict(std::u16string_view what) const
-{
-    // The source begins with the table's name.
-    const std::string_view source = m_query->source;
-    std::u16string detail = u"table " + to_utf16(source.substr(0, source.find(' ')));
-    detail.append(u", ").append(what);
-    throw media_failure(error_number::contradiction, m_source->path(), detail);
-}
-
-std::int64_t row_cursor::integer(unsigned column, std::optional<std::int64_t> null_value) const
-{
-    const int type = m_statement.type(static_cast<int>(column));
-    if (type == SQLITE_NULL && null_value)
-        return *null_value;
-    if (type != SQLITE_INTEGER)
-        contradict(std::u16string(storage_name(type)).append(u" stands where an integer belongs"));
-    return m_statement.integer(static_cast<int>(column));
-}
-
-std::int64_t row_cursor::natural(unsigned column, std::int64_t largest) const
-{
-    const std::int64_t value = integer(column);
-    if (value < 0 || value > largest)
-        contradict(u"the number " + to_utf16(std::to_string(value)) + u" is out of range");
-    return value;
-}
-
-double row_cursor::real(unsigned column) const
-{
-    const int type = m_statement.type(static_cast<int>(column));
-    const double value = m_statement.real(static_cast<int>(column));
-    if ((type != SQLITE_FLOAT && type != SQLITE_INTEGER) || !std::isfinite(value))
-        contradict(std::u16string(storage_name(type)).append(u" stands where a finite real belongs"));
-    return value;
-}
-
-std::string_view row_cursor::text(unsigned column) const
-{
-    const int type = m_statement.type(static_cast<int>(column));
-    if (type != SQLITE_TEXT && type != SQLITE_NULL)
-        contradict(std::u16string(storage_name(type)).append(u" stands where a text belongs"));
-    return m_statement.text(static_cast<int>(column));
-}
-
-bool row_cursor::is_null(unsigned column) const noexcept
-{
-    return m_statement.type(static_cast<int>(column)) == SQLITE_NULL;
-}
-
-formats::byte_view row_cursor::blob(unsigned column) const
-{
-    const int type = m_statement.type(static_cast<int>(column));
-    if (type != SQLITE_BLOB && type != SQLITE_NULL)
-        contradict(std::u16string(storage_name(type)).append(u" stands where bytes belong"));
-    return m_statement.blob(static_cast<int>(column));
+    ask_for(key);
 }
 
 void row_cursor::member(unsigned index, VARIANT& result) const
@@ -178,7 +100,7 @@ void row_cursor::member(unsigned index, VARIANT& result) const
     switch (m_query->members[index].member.type) {
     case VT_BSTR: {
         const std::string_view value = text(column);
-        result.bstrVal = is_null(column) ? nullptr : to_bstr(value).detach();
+        result.bstrVal = is_null(column) ? nullptr : storage::to_bstr(value).detach();
         result.vt = VT_BSTR;
         break;
     }
@@ -198,7 +120,7 @@ void row_cursor::member(unsigned index, VARIANT& result) const
     }
 }
 
-header_rows::header_rows(database& source)
+header_rows::header_rows(storage::database& source)
 {
     m_cursors.reserve(row_queries.size());
     for (const row_query& query : row_queries)

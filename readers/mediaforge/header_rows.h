@@ -2,7 +2,7 @@
 // row that it found last. Objects of the model read their members through it.
 #pragma once
 
-#include "readers/mediaforge/database.h"
+#include "readers/storage/typed_row.h"
 
 #include "formats/media_format.h"
 
@@ -173,9 +173,9 @@ inline constexpr auto row_queries = std::to_array<row_query>({
 
 /// One query and the row that it stands on. A row stays until the query is asked with another key,
 /// so reading all members of an object costs one look-up.
-class row_cursor {
+class row_cursor : public storage::typed_row {
 public:
-    row_cursor(database& source, const row_query& query);
+    row_cursor(storage::database& source, const row_query& query);
 
     /// Goes to the row of a key; false where there is none.
     bool find(const row_key& key);
@@ -183,35 +183,21 @@ public:
     bool find(const row_key& key, std::string_view text);
     /// Begins anew at the first row of a key, for queries that answer several.
     void rewind(const row_key& key);
-    bool next();
+    bool next() { return step(); }
 
-    /// A column that must hold an integer, or null where `null_value` is given. Throws `media_failure`.
-    [[nodiscard]] std::int64_t integer(unsigned column, std::optional<std::int64_t> null_value = {}) const;
-    /// The same, and it must not be negative nor beyond `largest`.
-    [[nodiscard]] std::int64_t natural(unsigned column, std::int64_t largest) const;
-    /// A column that must hold a finite real or an integer.
-    [[nodiscard]] double real(unsigned column) const;
-    /// A column that must hold a text or null, which is the empty text.
-    [[nodiscard]] std::string_view text(unsigned column) const;
-    [[nodiscard]] bool is_null(unsigned column) const noexcept;
-    [[nodiscard]] formats::byte_view blob(unsigned column) const;
     /// The value of the n-th member column by its type, for the caller of the member.
     void member(unsigned index, VARIANT& result) const;
 
     [[nodiscard]] const row_query& query() const noexcept { return *m_query; }
-    /// A `contradiction` that tells where in the header it was found.
-    [[noreturn]] void contradict(std::u16string_view what) const;
 
 private:
     enum class state { unasked, found, absent };
-    void ask(const row_key& key);
+    void ask_for(const row_key& key);
     void settle();
     /// Goes on to the row of a key where that is the next one.
     bool step_to(const row_key& key);
 
-    database* m_source;
     const row_query* m_query;
-    statement m_statement;
     row_key m_key;
     state m_state = state::unasked;
 };
@@ -221,7 +207,7 @@ class header_rows {
 public:
     /// Prepares every query: a header that lacks a table or a column is refused here. Throws
     /// `media_failure`.
-    explicit header_rows(database& source);
+    explicit header_rows(storage::database& source);
     [[nodiscard]] row_cursor& operator[](rows id) noexcept { return m_cursors[static_cast<std::size_t>(id)]; }
     /// The highest position among the rows of a `_count` query plus one, 0 where there are none.
     [[nodiscard]] std::int32_t count(rows id, const row_key& key);

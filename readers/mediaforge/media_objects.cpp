@@ -1,6 +1,6 @@
 #include "readers/mediaforge/media_objects.h"
 
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <new>
 
@@ -21,7 +21,7 @@ std::vector<automation::bstr> old_version_texts(media_store& media)
     row_cursor& query = media[rows::old_version];
     query.rewind({});
     while (query.next())
-        texts.push_back(to_bstr(query.text(1)));
+        texts.push_back(storage::to_bstr(query.text(1)));
     return texts;
 }
 

@@ -7,14 +7,15 @@
 
 namespace cw::mediaforge {
 
-media_store::media_store(std::unique_ptr<database> source, std::string path, std::shared_ptr<error_record> last_error)
+media_store::media_store(std::unique_ptr<storage::database> source, std::string path,
+                         std::shared_ptr<error_record> last_error)
     : m_database(std::move(source)), m_rows(*m_database), m_volumes(m_rows, std::move(path)),
       m_lastError(std::move(last_error))
 {
     check_rows(*m_database, m_rows);
 }
 
-media_store::media_store(std::unique_ptr<database> source, std::string path, std::unique_ptr<cabinet> content,
+media_store::media_store(std::unique_ptr<storage::database> source, std::string path, std::unique_ptr<cabinet> content,
                          std::shared_ptr<error_record> last_error)
     : m_database(std::move(source)), m_rows(*m_database), m_volumes(m_rows, std::move(path), std::move(content)),
       m_lastError(std::move(last_error))
@@ -26,7 +27,7 @@ const std::vector<ordered_feature>& media_store::feature_order()
     if (!m_featureOrder.empty())
         return m_featureOrder;
     std::vector<ordered_feature> by_parent;
-    statement query(*m_database, "SELECT parent, id FROM feature ORDER BY parent, position");
+    storage::statement query(*m_database, "SELECT parent, id FROM feature ORDER BY parent, position");
     while (query.step())
         by_parent.push_back({query.integer(1), query.integer(0)});
     const auto less = [](const ordered_feature& a, const ordered_feature& b) { return a.parent < b.parent; };

@@ -23,9 +23,9 @@ public:
     /// A header that was opened from `path` (absolute). Checks what costs little, so that the objects
     /// can trust it: the trees of features and shell folders, the numbering of components. Throws
     /// `media_failure`.
-    media_store(std::unique_ptr<database> source, std::string path, std::shared_ptr<error_record> last_error);
+    media_store(std::unique_ptr<storage::database> source, std::string path, std::shared_ptr<error_record> last_error);
     /// A cabinet that has no header.
-    media_store(std::unique_ptr<database> source, std::string path, std::unique_ptr<cabinet> content,
+    media_store(std::unique_ptr<storage::database> source, std::string path, std::unique_ptr<cabinet> content,
                 std::shared_ptr<error_record> last_error);
 
     [[nodiscard]] row_cursor& operator[](rows id) noexcept { return m_rows[id]; }
@@ -39,7 +39,7 @@ public:
     [[nodiscard]] std::int64_t volume_set_id(int number);
 
 private:
-    std::unique_ptr<database> m_database;
+    std::unique_ptr<storage::database> m_database;
     header_rows m_rows;
     volumes m_volumes;
     std::shared_ptr<error_record> m_lastError;

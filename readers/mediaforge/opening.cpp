@@ -2,7 +2,8 @@
 
 #include "readers/mediaforge/header_check.h"
 #include "readers/mediaforge/plain_cabinet.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/database_prefix.h"
+#include "readers/storage/text.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -74,7 +75,7 @@ private:
         if (!S_ISREG(status.st_mode))
             throw media_failure(error_number::not_a_file, m_path);
         m_sizeInBytes = static_cast<std::uint64_t>(status.st_size);
-        m_firstBytes = read(database_prefix_size_in_bytes);
+        m_firstBytes = read(storage::database_prefix_size_in_bytes);
     }
 
     const std::string& m_path;
@@ -83,7 +84,8 @@ private:
     formats::bytes m_firstBytes;
 };
 
-std::unique_ptr<database> open_sealed(const input_file& file, const std::string& path, std::string_view password)
+std::unique_ptr<storage::database> open_sealed(const input_file& file, const std::string& path,
+                                               std::string_view password)
 {
     formats::envelope_prefix prefix;
     if (file.first_bytes().size() < sizeof prefix)
@@ -91,7 +93,7 @@ std::unique_ptr<database> open_sealed(const input_file& file, const std::string&
     std::memcpy(&prefix, file.first_bytes().data(), sizeof prefix);
     if (prefix.version > formats::envelope_version)
         throw media_failure(error_number::newer_schema, path,
-                            u"its protection is number " + to_utf16(std::to_string(prefix.version)));
+                            u"its protection is number " + storage::to_utf16(std::to_string(prefix.version)));
     if (file.size_in_bytes() > largest_sealed_size_in_bytes)
         throw media_failure(error_number::damaged_seal, path, u"it is larger than a protected header may be");
     if (password.empty())
@@ -102,22 +104,22 @@ std::unique_ptr<database> open_sealed(const input_file& file, const std::string&
     } catch (const formats::wrong_password&) {
         throw media_failure(error_number::password_required, path);
     } catch (const formats::damaged_seal& error) {
-        throw media_failure(error_number::damaged_seal, path, to_utf16(error.what()));
+        throw media_failure(error_number::damaged_seal, path, storage::to_utf16(error.what()));
     }
     check_prefix(image, image.size(), path);
-    return database::open_image(std::move(image), path);
+    return storage::database::open_image(std::move(image), path, &raise_fault);
 }
 
 /// A header, protected or not; null for a file of another kind.
 media_handle open_header(const input_file& file, const std::string& path, std::string_view password,
                          const std::shared_ptr<error_record>& last_error)
 {
-    std::unique_ptr<database> source;
+    std::unique_ptr<storage::database> source;
     if (formats::is_sealed(file.first_bytes())) {
         source = open_sealed(file, path, password);
-    } else if (is_database(file.first_bytes())) {
+    } else if (storage::is_database(file.first_bytes())) {
         check_prefix(file.first_bytes(), file.size_in_bytes(), path);
-        source = database::open_file(path);
+        source = storage::database::open_file(path, storage::file_use::frozen, &raise_fault);
     } else {
         return nullptr;
     }
@@ -134,7 +136,7 @@ media_handle open_header_of(const std::string& cabinet_path, const input_file& c
     constexpr std::string_view extension = ".cab";
     const formats::byte_view prefix = cabinet_file.first_bytes();
     if (name.size() <= extension.size() || prefix.size() < cabinet_prefix_size_in_bytes ||
-        !equal_ignoring_ascii_case(std::string_view(name).substr(name.size() - extension.size()), extension))
+        !storage::equal_ignoring_ascii_case(std::string_view(name).substr(name.size() - extension.size()), extension))
         return nullptr;
     const std::int64_t set_id = prefix[32] | prefix[33] << 8;
     const std::string stem = name.substr(0, name.size() - extension.size());

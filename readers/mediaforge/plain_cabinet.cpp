@@ -1,7 +1,7 @@
 #include "readers/mediaforge/plain_cabinet.h"
 
 #include "automation/date.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <algorithm>
 #include <array>
@@ -33,12 +33,12 @@ std::string shown_text(std::string_view text)
 {
     std::string result;
     while (!text.empty()) {
-        const decoded_code_point point = decode_utf8(text);
+        const storage::decoded_code_point point = storage::decode_utf8(text);
         text.remove_prefix(point.length);
         const bool hidden = std::any_of(unshown.begin(), unshown.end(), [&](const code_point_range& range) {
             return point.value >= range.first && point.value <= range.last;
         });
-        append_utf8(result, point.valid && !hidden ? point.value : 0xFFFD);
+        storage::append_utf8(result, point.valid && !hidden ? point.value : 0xFFFD);
     }
     return result;
 }
@@ -75,7 +75,7 @@ double entry_date(const mscabd_file& entry)
 }
 
 /// "INSERT INTO table (a, b, c) VALUES (?, ?, ?)".
-statement insertion(database& target, const std::string& table, const std::string& columns)
+storage::statement insertion(storage::database& target, const std::string& table, const std::string& columns)
 {
     std::string values = "?";
     for (const char c : columns)
@@ -84,7 +84,7 @@ statement insertion(database& target, const std::string& table, const std::strin
     return {target, "INSERT INTO " + table + " (" + columns + ") VALUES (" + values + ")"};
 }
 
-void insert(statement& row)
+void insert(storage::statement& row)
 {
     (void)row.step();
     row.reset();
@@ -97,17 +97,17 @@ std::string file_stem(const std::string& path)
     return dot == 0 || dot == std::string::npos ? name : name.substr(0, dot);
 }
 
-void fill_single_rows(database& target, const std::string& stem)
+void fill_single_rows(storage::database& target, const std::string& stem)
 {
     target.execute(("INSERT INTO media (id, media_id, format_version) VALUES (1, zeroblob(16), " +
                     std::to_string(cabinet_format_version) + ")")
                        .c_str());
     target.execute("INSERT INTO arp_info (id) VALUES (1)");
-    statement settings = insertion(target, "media_settings", "id, product_name");
+    storage::statement settings = insertion(target, "media_settings", "id, product_name");
     settings.bind(1, std::int64_t{1});
     settings.bind(2, stem);
     insert(settings);
-    statement feature = insertion(target, "feature", "id, parent, position, visible, name, display_name");
+    storage::statement feature = insertion(target, "feature", "id, parent, position, visible, name, display_name");
     for (const int column : {1, 4})
         feature.bind(column, std::int64_t{1});
     for (const int column : {2, 3})
@@ -117,11 +117,12 @@ void fill_single_rows(database& target, const std::string& stem)
     insert(feature);
 }
 
-void fill_files(database& target, const cabinet& content)
+void fill_files(storage::database& target, const cabinet& content)
 {
-    statement component = insertion(target, "component", "id, file_count, compressed, name");
-    statement included = insertion(target, "feature_component", "feature, position, component");
-    statement file = insertion(target, "file", "component, position, volume, entry, name, size, date, compressed_size");
+    storage::statement component = insertion(target, "component", "id, file_count, compressed, name");
+    storage::statement included = insertion(target, "feature_component", "feature, position, component");
+    storage::statement file =
+        insertion(target, "file", "component, position, volume, entry, name, size, date, compressed_size");
     file.bind(3, std::int64_t{1});
     file.bind(8, std::int64_t{0});
     included.bind(1, std::int64_t{1});
@@ -160,8 +161,8 @@ void fill_files(database& target, const cabinet& content)
 
 std::string harmless_name(std::string_view stored, bool is_utf8)
 {
-    std::string text =
-        shown_text(is_utf8 || is_well_formed_utf8(stored) ? std::string(stored) : latin1_to_utf8(stored));
+    std::string text = shown_text(is_utf8 || storage::is_well_formed_utf8(stored) ? std::string(stored)
+                                                                                  : storage::latin1_to_utf8(stored));
     std::replace(text.begin(), text.end(), '/', '\\');
     std::replace(text.begin(), text.end(), ':', '_');
     std::string name;
@@ -189,7 +190,7 @@ media_handle open_plain_cabinet(const std::string& path, const std::shared_ptr<e
     } catch (const cabinet_error& error) {
         throw media_failure(error_number::not_a_media, path, error.reason, error.system_error);
     }
-    std::unique_ptr<database> source = database::make_empty(path);
+    std::unique_ptr<storage::database> source = storage::database::make_empty(path, &raise_fault);
     source->execute("BEGIN");
     for (const formats::table& table : formats::header_tables)
         source->execute(formats::create_statement(table).c_str());

@@ -1,6 +1,6 @@
 #include "readers/mediaforge/registry_objects.h"
 
-#include "readers/mediaforge/stored_value.h"
+#include "readers/storage/stored_value.h"
 
 namespace cw::mediaforge {
 
@@ -17,7 +17,7 @@ com_ptr<IDispatch> registry_key_object::values()
 automation::variant registry_value_object::data()
 {
     const row_cursor& own = row();
-    return scalar_value(own, static_cast<VARTYPE>(own.natural(0, UINT16_MAX)), 1);
+    return storage::scalar_value(own, static_cast<VARTYPE>(own.natural(0, UINT16_MAX)), 1);
 }
 
 } // namespace cw::mediaforge

@@ -2,7 +2,7 @@
 
 #include "readers/mediaforge/cabinet.h"
 #include "readers/mediaforge/errors.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <fcntl.h>
 #include <sys/random.h>
@@ -93,7 +93,7 @@ void target_file::refuse(std::u16string_view why, int system_error)
 {
     std::u16string detail(why);
     if (system_error != 0)
-        detail.append(u" (").append(system_error_text(system_error)).append(u")");
+        detail.append(u" (").append(storage::system_error_text(system_error)).append(u")");
     throw media_failure(error_number::target_refused, m_path, detail, system_error);
 }
 

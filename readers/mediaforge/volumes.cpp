@@ -1,7 +1,7 @@
 #include "readers/mediaforge/volumes.h"
 
 #include "readers/mediaforge/errors.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <limits>
 #include <utility>
@@ -16,9 +16,9 @@ std::u16string sizes_text(std::u16string_view what, std::uint64_t found, std::in
 {
     std::u16string text(what);
     return text.append(u" ")
-        .append(to_utf16(std::to_string(found)))
+        .append(storage::to_utf16(std::to_string(found)))
         .append(u" and not ")
-        .append(to_utf16(std::to_string(expected)));
+        .append(storage::to_utf16(std::to_string(expected)));
 }
 
 } // namespace
@@ -63,7 +63,7 @@ void volumes::open_volume(int number)
 {
     row_cursor& row = m_rows[rows::volume];
     if (!row.find({number}))
-        row.contradict(u"volume " + to_utf16(std::to_string(number)) + u" is not listed");
+        row.contradict(u"volume " + storage::to_utf16(std::to_string(number)) + u" is not listed");
     const std::int64_t size = row.natural(0, std::numeric_limits<std::int64_t>::max());
     const std::int64_t set_id = row.natural(1, largest_set_id);
     const std::int64_t entries = row.natural(2, most_entries);
@@ -72,8 +72,8 @@ void volumes::open_volume(int number)
     const std::string name = volume_name(number);
     const std::string path = find_file(folder, name);
     if (path.empty())
-        throw media_failure(error_number::volume_missing, name, u"it should lie in \"" + to_utf16(folder) + u"\"",
-                            ENOENT);
+        throw media_failure(error_number::volume_missing, name,
+                            u"it should lie in \"" + storage::to_utf16(folder) + u"\"", ENOENT);
     std::unique_ptr<cabinet> opened;
     try {
         opened = std::make_unique<cabinet>(path);
@@ -95,11 +95,11 @@ void volumes::open_volume(int number)
 void volumes::read(std::int64_t number, std::int64_t entry, const byte_sink& sink)
 {
     if (number < 1 || number > std::numeric_limits<int>::max())
-        m_rows[rows::volume].contradict(u"there is no volume " + to_utf16(std::to_string(number)));
+        m_rows[rows::volume].contradict(u"there is no volume " + storage::to_utf16(std::to_string(number)));
     cabinet& source = open(static_cast<int>(number));
     if (entry < 0 || static_cast<std::uint64_t>(entry) >= source.entries().size())
-        m_rows[rows::volume].contradict(u"volume " + to_utf16(std::to_string(number)) + u" has no entry " +
-                                        to_utf16(std::to_string(entry)));
+        m_rows[rows::volume].contradict(u"volume " + storage::to_utf16(std::to_string(number)) + u" has no entry " +
+                                        storage::to_utf16(std::to_string(entry)));
     try {
         source.read(static_cast<std::size_t>(entry), sink);
     } catch (const cabinet_error& error) {

@@ -40,7 +40,7 @@ private:
     // the last one is reached without unpacking the folder from its start again.
     std::unique_ptr<cabinet> m_open;
     int m_openNumber = 0;
-    std::vector<file_stamp> m_plainStamps; // of the cabinets without a header when their entries were listed
+    std::vector<storage::file_stamp> m_plainStamps; // of the cabinets without a header when their entries were listed
 };
 
 } // namespace cw::mediaforge

@@ -26,8 +26,9 @@ ALLOWED["src/console"] = VIEWER + BELOW_VIEWER + ["authoring", "formats"]
 CONTRACT = ["src/bridges/media_interface.h", "src/bridges/log_interface.h", "src/automation"]
 ALLOWED["formats"] = CONTRACT
 ALLOWED["authoring"] = CONTRACT + ["formats"]
+ALLOWED["readers/storage"] = ["formats", "src/automation"]
 for reader in ["mediaforge", "logkit"]:
-    ALLOWED[f"readers/{reader}"] = CONTRACT + ["formats"]
+    ALLOWED[f"readers/{reader}"] = CONTRACT + ["formats", "readers/storage"]
 ALLOWED["readers/fixture"] = CONTRACT
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<([^>]+)>)')

@@ -1,9 +1,9 @@
-#include "readers/mediaforge/text.h"
+#include "readers/storage/text.h"
 
 #include <algorithm>
 #include <new>
 
-namespace cw::mediaforge {
+namespace cw::storage {
 namespace {
 
 constexpr char32_t replacement = 0xFFFD;
@@ -88,7 +88,7 @@ automation::bstr to_bstr(std::string_view utf8)
 {
     automation::bstr text;
     if (is_ascii(utf8)) {
-        // Nearly all texts of a media: one allocation and no second copy.
+        // Nearly all texts: one allocation and no second copy.
         text.attach(SysAllocStringLen(nullptr, static_cast<UINT>(utf8.size())));
         if (text.get())
             std::transform(utf8.begin(), utf8.end(), text.get(), [](char c) { return static_cast<char16_t>(c); });
@@ -160,4 +160,4 @@ bool equal_ignoring_ascii_case(std::string_view a, std::string_view b) noexcept
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
 }
 
-} // namespace cw::mediaforge
+} // namespace cw::storage

@@ -1,11 +1,11 @@
-// What tells one state of a file from another: a media is read for as long as it is open, and what
+// What tells one state of a file from another: a file is read for as long as it is open, and what
 // lies on the disk may become something else meanwhile.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-namespace cw::mediaforge {
+namespace cw::storage {
 
 struct file_stamp {
     std::uint64_t device = 0;
@@ -17,4 +17,4 @@ struct file_stamp {
 /// The stamp of the file at a path; all zero where there is none.
 [[nodiscard]] file_stamp stamp_of(const std::string& path) noexcept;
 
-} // namespace cw::mediaforge
+} // namespace cw::storage

@@ -1,16 +1,17 @@
-#include "readers/mediaforge/database.h"
+#include "readers/storage/database.h"
 
-#include "readers/mediaforge/errors.h"
-#include "readers/mediaforge/text.h"
+#include "readers/storage/read_only_files.h"
+#include "readers/storage/text.h"
 
 #include <sodium.h>
 #include <sqlite3.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 #include <utility>
 
-namespace cw::mediaforge {
+namespace cw::storage {
 namespace {
 
 constexpr int cache_size_in_kibibytes = 16 * 1024;
@@ -19,9 +20,10 @@ constexpr int longest_value_in_bytes = 128 * 1024 * 1024;
 // through tables whose keys are not what they should be.
 constexpr int instructions_per_round = 1'000'000;
 constexpr int most_rounds_per_step = 20;
+constexpr int patience_with_locks_in_milliseconds = 2000;
 
 /// Bytes of a path that have a meaning in a URI are written as numbers.
-std::string file_uri(const std::string& path)
+std::string file_uri(const std::string& path, std::string_view parameters)
 {
     std::string uri = "file:";
     for (const char c : path) {
@@ -33,7 +35,7 @@ std::string file_uri(const std::string& path)
             uri += c;
         }
     }
-    return uri + "?mode=ro&immutable=1";
+    return uri.append(parameters);
 }
 
 } // namespace
@@ -136,20 +138,45 @@ formats::byte_view statement::blob(int column) const noexcept
             bytes ? static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column)) : 0};
 }
 
-std::unique_ptr<database> database::open_file(const std::string& path)
+std::unique_ptr<database> database::open_file(const std::string& path, file_use use, fault_handler on_fault)
 {
-    std::unique_ptr<database> opened(new database(path));
+    std::unique_ptr<database> opened(new database(path, on_fault));
+    constexpr int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
     opened->m_stamp = stamp_of(path);
-    opened->open(file_uri(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
-    opened->begin_reading();
+    switch (use) {
+    case file_use::shared:
+        // An index of pending changes that a writer keeps is read, and none is made.
+        opened->open(file_uri(path, "?mode=ro&readonly_shm=1"), flags, read_only_files(), use);
+        break;
+    case file_use::left_open:
+        opened->m_logPath = path + "-wal";
+        opened->m_logStamp = stamp_of(opened->m_logPath);
+        opened->open(file_uri(path, "?mode=ro"), flags, read_only_files_without_locks(), use);
+        opened->begin_reading();
+        break;
+    default:
+        opened->open(file_uri(path, "?mode=ro&immutable=1"), flags, nullptr, use);
+        opened->begin_reading();
+        break;
+    }
     return opened;
 }
 
-std::unique_ptr<database> database::open_image(formats::bytes image, const std::string& path)
+std::unique_ptr<database> database::open_copy(const std::string& copy, const std::string& path, fault_handler on_fault)
 {
-    std::unique_ptr<database> opened(new database(path));
+    std::unique_ptr<database> opened(new database(path, on_fault));
+    opened->open(file_uri(copy, "?mode=rw"), SQLITE_OPEN_READWRITE | SQLITE_OPEN_URI, nullptr, file_use::own_copy);
+    opened->begin_reading();
+    // The transaction begins with its first look.
+    opened->execute("SELECT 1 FROM sqlite_schema");
+    return opened;
+}
+
+std::unique_ptr<database> database::open_image(formats::bytes image, const std::string& path, fault_handler on_fault)
+{
+    std::unique_ptr<database> opened(new database(path, on_fault));
     opened->m_image = std::move(image);
-    opened->open(":memory:", SQLITE_OPEN_READWRITE);
+    opened->open(":memory:", SQLITE_OPEN_READWRITE, nullptr, file_use::frozen);
     const auto size = static_cast<sqlite3_int64>(opened->m_image.size());
     const int code =
         sqlite3_deserialize(opened->m_handle, "main", opened->m_image.data(), size, size, SQLITE_DESERIALIZE_READONLY);
@@ -159,10 +186,10 @@ std::unique_ptr<database> database::open_image(formats::bytes image, const std::
     return opened;
 }
 
-std::unique_ptr<database> database::make_empty(const std::string& path)
+std::unique_ptr<database> database::make_empty(const std::string& path, fault_handler on_fault)
 {
-    std::unique_ptr<database> made(new database(path));
-    made->open(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    std::unique_ptr<database> made(new database(path, on_fault));
+    made->open(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr, file_use::frozen);
     return made;
 }
 
@@ -175,14 +202,21 @@ database::~database()
         sodium_memzero(m_image.data(), m_image.size());
 }
 
-void database::open(const std::string& name, int flags)
+void database::open(const std::string& name, int flags, const char* files, file_use use)
 {
-    // All calls come on the thread that made the factory, so no statement needs a lock.
-    const int code =
-        sqlite3_open_v2(name.c_str(), &m_handle,
-                        flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE, nullptr);
+    m_use = use;
+    // All calls come on the thread that opened the database, so no statement needs a lock.
+    const int code = sqlite3_open_v2(
+        name.c_str(), &m_handle, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE, files);
     if (code != SQLITE_OK)
         fail(code);
+    sqlite3_busy_timeout(m_handle, patience_with_locks_in_milliseconds);
+    // Pending changes are their writer's to bring in.
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    // Who is alone with a file has the index of pending changes in memory, where it needs no rights
+    // beside the file. It must be said before the first look.
+    if (use == file_use::left_open || use == file_use::own_copy)
+        execute("PRAGMA locking_mode = EXCLUSIVE");
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
@@ -200,7 +234,7 @@ void database::open(const std::string& name, int flags)
 void database::begin_reading()
 {
     execute("PRAGMA query_only = ON");
-    // Kept open for the life of the media: each look-up then spares its own locks and checks.
+    // Kept open for the life of the database: each look-up then spares its own locks and checks.
     execute("BEGIN");
 }
 
@@ -217,18 +251,28 @@ void database::execute(const char* sql)
 /// one does not matter: this one stays open.
 void database::check_unchanged()
 {
-    if (m_stamp == file_stamp{})
+    if (m_stamp == file_stamp{} || m_use == file_use::shared)
         return;
     int pages_read = 0;
     int highest = 0;
     sqlite3_db_status(m_handle, SQLITE_DBSTATUS_CACHE_MISS, &pages_read, &highest, 0);
     if (pages_read != m_pagesRead) {
         m_pagesRead = pages_read;
-        const file_stamp now = stamp_of(m_path);
-        m_isOverwritten |= now.device == m_stamp.device && now.node == m_stamp.node && now != m_stamp;
+        const auto is_overwritten = [](const file_stamp& then, const std::string& path) {
+            const file_stamp now = stamp_of(path);
+            return now.device == then.device && now.node == then.node && now != then;
+        };
+        m_isOverwritten |= is_overwritten(m_stamp, m_path);
+        m_isOverwritten |= !m_logPath.empty() && is_overwritten(m_logStamp, m_logPath);
     }
     if (m_isOverwritten)
-        throw media_failure(error_number::not_a_media, m_path, u"it was overwritten while it was open");
+        raise(fault::overwritten);
+}
+
+void database::raise(fault what, std::u16string_view detail, int system_error) const
+{
+    m_onFault(what, m_path, detail, system_error);
+    std::abort(); // a handler throws
 }
 
 void database::fail(int code) const
@@ -240,19 +284,25 @@ void database::fail(int code) const
         throw std::bad_alloc();
     case SQLITE_PERM:
     case SQLITE_AUTH:
-        throw media_failure(error_number::access_denied, m_path, {}, system_error);
+        raise(fault::access_denied, {}, system_error);
     case SQLITE_CANTOPEN:
-        throw media_failure(media_error_of(system_error), m_path, {}, system_error);
+        raise(fault_of(system_error), {}, system_error);
     case SQLITE_IOERR:
         if (code != SQLITE_IOERR_SHORT_READ)
-            throw media_failure(error_number::read_failed, m_path, {}, system_error);
+            raise(fault::unreadable, {}, system_error);
         break;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_PROTOCOL:
+        raise(fault::locked, {}, system_error);
+    case SQLITE_READONLY:
+        raise(fault::unfinished, to_utf16(message));
     case SQLITE_INTERRUPT:
-        throw media_failure(error_number::contradiction, m_path, u"its tables lack the keys that they are read by");
+        raise(fault::contradiction, u"its tables lack the keys that they are read by");
     default:
         break;
     }
-    throw media_failure(error_number::not_a_media, m_path, to_utf16(message));
+    raise(fault::damaged, to_utf16(message));
 }
 
 int database::count_work(void* self) noexcept
@@ -260,4 +310,31 @@ int database::count_work(void* self) noexcept
     return ++static_cast<database*>(self)->m_rounds > most_rounds_per_step;
 }
 
-} // namespace cw::mediaforge
+reading::reading(database& source)
+{
+    if (source.m_use != file_use::shared)
+        return;
+    // A stamp from before the look: what is written in between is noticed the next time.
+    const file_stamp now = stamp_of(source.path());
+    if (now != source.m_stamp) {
+        m_hasChanged = true;
+        source.m_stamp = now;
+        // Whoever did not write by way of the database library left no sign that its pages are old.
+        sqlite3_db_release_memory(source.m_handle);
+    }
+    source.execute("BEGIN");
+    m_source = &source;
+}
+
+reading::~reading()
+{
+    if (!m_source)
+        return;
+    for (sqlite3_stmt* each = nullptr; (each = sqlite3_next_stmt(m_source->m_handle, each)) != nullptr;)
+        sqlite3_reset(each);
+    m_source->m_rounds = 0;
+    // Nothing was written, so nothing can fail that matters.
+    sqlite3_exec(m_source->m_handle, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+} // namespace cw::storage

@@ -1,8 +1,8 @@
-#include "readers/mediaforge/file_stamp.h"
+#include "readers/storage/file_stamp.h"
 
 #include <sys/stat.h>
 
-namespace cw::mediaforge {
+namespace cw::storage {
 
 file_stamp stamp_of(const std::string& path) noexcept
 {
@@ -13,4 +13,4 @@ file_stamp stamp_of(const std::string& path) noexcept
             std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
 }
 
-} // namespace cw::mediaforge
+} // namespace cw::storage

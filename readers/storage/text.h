@@ -1,5 +1,5 @@
-// Texts between the media's storage (UTF-8, not always well-formed) and the object model (UTF-16).
-// Used throughout this reader.
+// Texts between a file's storage (UTF-8, not always well-formed) and the object model (UTF-16).
+// Used throughout the readers.
 #pragma once
 
 #include "automation/bstr.h"
@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace cw::mediaforge {
+namespace cw::storage {
 
 /// UTF-16 of a UTF-8 text; each ill-formed byte becomes U+FFFD, so the text is always shown.
 [[nodiscard]] std::u16string to_utf16(std::string_view utf8);
@@ -37,4 +37,4 @@ struct decoded_code_point {
 /// Comparison without regard to the case of ASCII letters, as file names of volumes are looked up.
 [[nodiscard]] bool equal_ignoring_ascii_case(std::string_view a, std::string_view b) noexcept;
 
-} // namespace cw::mediaforge
+} // namespace cw::storage
