@@ -13,12 +13,30 @@ namespace {
 
 using nlohmann::json;
 constexpr std::size_t deepest_nesting = 1000;
+constexpr std::string_view manifest_subject = "manifest";
+
+/// A key or text for people: no line of an error is longer than a line.
+std::string shown(std::string_view text)
+{
+    std::string result;
+    for (const char c : text.substr(0, 200))
+        result += static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
+    return result;
+}
+
+/// What was complained about, the place in it, and why; the first two may be empty.
+std::string complaint(std::string_view subject, const std::string& path, const std::string& message)
+{
+    return (subject.empty() ? std::string() : std::string(subject) + ": ") +
+           (path.empty() ? std::string() : shown(path) + ": ") + message;
+}
 
 /// Builds the value while the library reads the text, and refuses what a finished value would no
 /// longer show.
 class builder final : public nlohmann::json_sax<json> {
 public:
-    explicit builder(const std::string& text) : m_text(text) {}
+    /// `subject` as for `json_node`; without one the text is a line, which has no line numbers.
+    builder(const std::string& text, std::string_view subject) : m_text(text), m_subject(subject) {}
 
     json root;
 
@@ -39,7 +57,7 @@ public:
         level& top = m_levels.back();
         top.key = std::move(name);
         if (top.value->contains(top.key))
-            throw error(manifest_complaint(path(), "the key stands twice"));
+            throw error(complaint(m_subject, path(), "the key stands twice"));
         return true;
     }
 
@@ -47,13 +65,13 @@ public:
     {
         constexpr int number_overflow = 406;
         if (failure.id == number_overflow)
-            throw error(manifest_complaint(path(), "a number is out of range"));
+            throw error(complaint(m_subject, path(), "a number is out of range"));
         const std::size_t end = std::min(m_text.size(), position > 0 ? position - 1 : 0);
         const auto line_breaks = std::count(m_text.begin(), m_text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
         const std::size_t line_start = end == 0 ? std::string::npos : m_text.rfind('\n', end - 1);
         const std::size_t column = end - (line_start == std::string::npos ? 0 : line_start + 1);
-        throw error("manifest: line " + std::to_string(line_breaks + 1) + ", column " + std::to_string(column + 1) +
-                    ": not valid JSON");
+        const std::string line = m_subject.empty() ? "" : "line " + std::to_string(line_breaks + 1) + ", ";
+        throw error(complaint(m_subject, {}, line + "column " + std::to_string(column + 1) + ": not valid JSON"));
     }
 
 private:
@@ -82,7 +100,7 @@ private:
     bool open(json&& value)
     {
         if (m_levels.size() == deepest_nesting)
-            throw error("manifest: nested deeper than " + std::to_string(deepest_nesting) + " levels");
+            throw error(complaint(m_subject, {}, "nested deeper than " + std::to_string(deepest_nesting) + " levels"));
         json* const place = store(std::move(value));
         m_levels.push_back({place, {}});
         return true;
@@ -106,30 +124,32 @@ private:
     }
 
     const std::string& m_text;
+    std::string_view m_subject;
     std::vector<level> m_levels;
 };
 
-/// A key or text for people: no line of an error is longer than a line.
-std::string shown(std::string_view text)
+json parse(const std::string& text, std::string_view subject)
 {
-    std::string result;
-    for (const char c : text.substr(0, 200))
-        result += static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
-    return result;
+    builder values(text, subject);
+    json::sax_parse(text, &values);
+    return std::move(values.root);
 }
 
 } // namespace
 
 std::string manifest_complaint(const std::string& path, const std::string& message)
 {
-    return "manifest: " + (path.empty() ? std::string() : shown(path) + ": ") + message;
+    return complaint(manifest_subject, path, message);
 }
 
 json parse_manifest_text(const std::string& text)
 {
-    builder values(text);
-    json::sax_parse(text, &values);
-    return std::move(values.root);
+    return parse(text, manifest_subject);
+}
+
+json parse_line_text(const std::string& text)
+{
+    return parse(text, {});
 }
 
 std::string json_node::path() const
@@ -144,7 +164,7 @@ std::string json_node::path() const
 
 void json_node::fail(const std::string& message) const
 {
-    throw error(manifest_complaint(path(), message));
+    throw error(complaint(m_subject, path(), message));
 }
 
 void json_node::fail_type(const char* expected) const

@@ -1,5 +1,6 @@
 // Strict reading of JSON manifests: a value together with its place in the text, so that every
-// complaint names it ("manifest: Components[3].Files[0].path: …"). Used by the manifest reader.
+// complaint names it ("manifest: Components[3].Files[0].path: …"). Used by the manifest reader, and for
+// the lines that tell of a log.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -15,11 +16,18 @@ namespace cw::authoring {
 /// Parses a text; unlike the library itself it refuses a key that stands twice in one object, and
 /// nesting that is deeper than any manifest needs. Throws `error`.
 [[nodiscard]] nlohmann::json parse_manifest_text(const std::string& text);
+/// The same for a text that is one line of many; its complaints are to stand behind the line's number
+/// and name no manifest.
+[[nodiscard]] nlohmann::json parse_line_text(const std::string& text);
 
 /// A value and where it stands. Children refer to their parent, which must outlive them.
 class json_node {
 public:
-    explicit json_node(const nlohmann::json& root) : m_value(&root) {}
+    /// `subject` is what complaints begin with, or empty.
+    explicit json_node(const nlohmann::json& root, std::string_view subject = "manifest")
+        : m_value(&root), m_subject(subject)
+    {
+    }
 
     /// "Components[3].Files[0].path"; empty for the root.
     [[nodiscard]] std::string path() const;
@@ -69,7 +77,7 @@ public:
 
 private:
     json_node(const nlohmann::json& value, const json_node* parent, std::string_view key, std::size_t index)
-        : m_value(&value), m_parent(parent), m_key(key), m_index(index)
+        : m_value(&value), m_parent(parent), m_key(key), m_index(index), m_subject(parent->m_subject)
     {
     }
     void require_array() const;
@@ -79,6 +87,7 @@ private:
     const json_node* m_parent = nullptr;
     std::string_view m_key;
     std::size_t m_index = 0;
+    std::string_view m_subject;
 };
 
 /// The text of a complaint about a place.

@@ -113,4 +113,14 @@ TEST(manifest_complaint, is_one_line)
     EXPECT_LT(manifest_complaint(std::string(5000, 'a'), "x").size(), 300u);
 }
 
+TEST(line_text, is_not_spoken_of_as_a_manifest)
+{
+    EXPECT_EQ(error_of([] { (void)parse_line_text("{\"a\" 1}"); }), "column 6: not valid JSON");
+    EXPECT_EQ(error_of([] { (void)parse_line_text(R"({"a": {"b": 1, "b": 2}})"); }), "a.b: the key stands twice");
+    const nlohmann::json json = parse_line_text(R"({"a": [1]})");
+    const json_node node(json, "");
+    EXPECT_EQ(error_of([&] { node.fail("why"); }), "why");
+    EXPECT_EQ(error_of([&] { node["a"].fail("why"); }), "a: why");
+}
+
 } // namespace
