@@ -1,6 +1,7 @@
 #include "readers/storage/read_only_files.h"
 
 #include "readers/storage/database_prefix.h"
+#include "readers/storage/file_stamp.h"
 
 #include <sqlite3.h>
 
@@ -93,10 +94,10 @@ public:
     [[nodiscard]] file_look look()
     {
         file_look found;
-        sqlite3_int64 size = 0;
-        check(file()->pMethods->xFileSize(file(), &size));
-        found.size_in_bytes = static_cast<std::uint64_t>(size);
-        found.first_bytes.resize(std::min<std::size_t>(database_prefix_size_in_bytes, static_cast<std::size_t>(size)));
+        // The library takes a file of one byte for an empty one.
+        found.size_in_bytes = stamp_of(m_path).size_in_bytes;
+        found.first_bytes.resize(
+            std::min<std::size_t>(database_prefix_size_in_bytes, static_cast<std::size_t>(found.size_in_bytes)));
         if (!found.first_bytes.empty())
             check(file()->pMethods->xRead(file(), found.first_bytes.data(), static_cast<int>(found.first_bytes.size()),
                                           0));

@@ -21,7 +21,7 @@ struct file_look {
     std::uint64_t size_in_bytes = 0;
     bool is_locked = false; // another program keeps everybody from reading
 };
-/// Looks at a regular file. It is not opened past the database library: closing such a descriptor
+/// Looks at a regular file by a path without links. It is not opened past the database library: closing such a descriptor
 /// would let go of the locks that the process holds on the file. Raises what opening finds.
 [[nodiscard]] file_look look_at(const std::string& path, fault_handler on_fault);
 

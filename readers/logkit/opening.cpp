@@ -1,0 +1,174 @@
+#include "readers/logkit/opening.h"
+
+#include "formats/media_format.h"
+#include "readers/logkit/errors.h"
+#include "readers/storage/database_prefix.h"
+#include "readers/storage/read_only_files.h"
+#include "readers/storage/text.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace cw::logkit {
+namespace {
+
+namespace fs = std::filesystem;
+using storage::database;
+using storage::fault;
+using storage::file_use;
+
+constexpr const char* pending_changes = "-wal";
+constexpr const char* pending_index = "-shm";
+constexpr const char* undo_journal = "-journal";
+
+[[noreturn]] void refuse(const std::string& path, std::u16string_view what)
+{
+    throw log_failure(error_number::not_a_log, path, what);
+}
+
+bool is_present(const std::string& path) noexcept
+{
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+/// What cannot be opened is told before anybody waits for a pipe's other end.
+void check_kind(const std::string& path)
+{
+    if (path.empty() || path.find('\0') != std::string::npos)
+        raise_fault(fault::not_found, path, {}, ENOENT);
+    struct stat status;
+    if (::stat(path.c_str(), &status) != 0)
+        raise_fault(storage::fault_of(errno), path, {}, errno);
+    if (S_ISDIR(status.st_mode))
+        raise_fault(fault::is_a_folder, path, {}, EISDIR);
+    if (!S_ISREG(status.st_mode))
+        raise_fault(fault::not_a_file, path, {}, 0);
+}
+
+/// Refuses what cannot be a log, whatever state it is in.
+void check_first_bytes(const storage::file_look& file, const std::string& path)
+{
+    constexpr std::string_view cabinet_magic = "MSCF";
+    if (file.first_bytes.empty())
+        refuse(path, u"it is empty");
+    if (formats::is_sealed(file.first_bytes))
+        refuse(path, u"it is a protected setup media");
+    if (file.first_bytes.size() >= cabinet_magic.size() &&
+        std::memcmp(file.first_bytes.data(), cabinet_magic.data(), cabinet_magic.size()) == 0)
+        refuse(path, u"it is a cabinet");
+    if (!storage::is_database(file.first_bytes))
+        refuse(path, u"it is a file of another kind");
+    if (file.first_bytes.size() < storage::database_prefix_size_in_bytes)
+        refuse(path, u"it is cut short");
+    const storage::database_prefix prefix = storage::read_prefix(file.first_bytes);
+    if (prefix.application_id == static_cast<std::uint32_t>(formats::header_application_id))
+        refuse(path, u"it is the header of a setup media");
+    if (!prefix.has_sensible_page_size)
+        refuse(path, u"its page size makes no sense");
+    // While changes are under way the size is the database library's to judge.
+    if (prefix.size_in_bytes() > file.size_in_bytes && !is_present(path + pending_changes) &&
+        !is_present(path + undo_journal))
+        refuse(path, u"it is cut short");
+}
+
+/// A folder that nobody else looks into, gone with all that lies in it at the end.
+class private_folder {
+public:
+    private_folder()
+    {
+        std::string name = (fs::temp_directory_path() / "cratewright-log-XXXXXX").native();
+        if (!::mkdtemp(name.data()))
+            throw fs::filesystem_error("no temporary folder", name, std::error_code(errno, std::generic_category()));
+        m_path = name;
+    }
+    ~private_folder()
+    {
+        std::error_code ignored;
+        fs::remove_all(m_path, ignored);
+    }
+    private_folder(const private_folder&) = delete;
+    private_folder& operator=(const private_folder&) = delete;
+
+    [[nodiscard]] const fs::path& path() const noexcept { return m_path; }
+
+private:
+    fs::path m_path;
+};
+
+log_handle open_as(const std::string& path, file_use use)
+{
+    return std::make_shared<log_store>(database::open_file(path, use, &raise_fault));
+}
+
+/// A log whose recorder was killed in the middle of a change. Only who may write can undo the change,
+/// so it is undone in a copy.
+log_handle open_undone(const std::string& path)
+{
+    try {
+        const private_folder folder;
+        const std::string copy = (folder.path() / "log").native();
+        fs::copy_file(path, copy);
+        fs::copy_file(path + undo_journal, copy + undo_journal);
+        // A copy has the rights of what it was copied from.
+        for (const char* ending : {"", undo_journal})
+            fs::permissions(copy + ending, fs::perms::owner_read | fs::perms::owner_write);
+        return std::make_shared<log_store>(database::open_copy(copy, path, &raise_fault));
+    } catch (const fs::filesystem_error& error) {
+        throw log_failure(error_number::unfinished, path, storage::system_error_text(error.code().value()));
+    }
+}
+
+/// A log beside which its recorder keeps changes that are not yet brought in.
+log_handle open_with_pending_changes(const std::string& path, const storage::file_look& file)
+{
+    if (is_present(path + pending_index)) {
+        try {
+            return open_as(path, file_use::shared);
+        } catch (const log_failure& failure) {
+            // An index that is of no use, or may not be read, is done without.
+            constexpr auto of_the_index = std::to_array({error_number::unfinished, error_number::not_found,
+                                                         error_number::access_denied, error_number::read_failed});
+            if (std::ranges::find(of_the_index, failure.number()) == of_the_index.end())
+                throw;
+        }
+    }
+    // Without an index nobody records, unless somebody keeps it to himself and the file locked.
+    if (file.is_locked)
+        raise_fault(fault::locked, path, {}, 0);
+    return open_as(path, file_use::left_open);
+}
+
+} // namespace
+
+log_handle open_log(const std::string& given_path)
+{
+    check_kind(given_path);
+    // The files beside it stand beside what a link leads to.
+    std::error_code unresolved; // a folder on the way may not be looked into
+    std::string path = fs::canonical(given_path, unresolved).native();
+    if (unresolved)
+        path = given_path;
+    const storage::file_look file = storage::look_at(path, &raise_fault);
+    check_first_bytes(file, path);
+    if (storage::read_prefix(file.first_bytes).writes_ahead) {
+        if (is_present(path + pending_changes))
+            return open_with_pending_changes(path, file);
+        return open_as(path, file_use::frozen);
+    }
+    try {
+        return open_as(path, file_use::shared);
+    } catch (const log_failure& failure) {
+        if (failure.number() != error_number::unfinished)
+            throw;
+    }
+    return open_undone(path);
+}
+
+} // namespace cw::logkit
