@@ -35,6 +35,7 @@ int run(int argument_count, const char* const* arguments)
     add_build_command(app, chosen);
     add_extract_command(app, chosen);
     add_record_command(app, chosen);
+    add_import_dpkg_command(app, chosen);
     add_readers_command(app, chosen);
     try {
         app.parse(argument_count, arguments);
