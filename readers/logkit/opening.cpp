@@ -3,6 +3,7 @@
 #include "formats/media_format.h"
 #include "readers/logkit/errors.h"
 #include "readers/storage/database_prefix.h"
+#include "readers/storage/file_stamp.h"
 #include "readers/storage/read_only_files.h"
 #include "readers/storage/text.h"
 
@@ -112,15 +113,21 @@ log_handle open_as(const std::string& path, file_use use)
 log_handle open_undone(const std::string& path)
 {
     try {
+        const storage::file_stamp before = storage::stamp_of(path);
         const private_folder folder;
         const std::string copy = (folder.path() / "log").native();
         fs::copy_file(path, copy);
         fs::copy_file(path + undo_journal, copy + undo_journal);
+        // Somebody who may write has undone it meanwhile.
+        if (storage::stamp_of(path) != before || !is_present(path + undo_journal))
+            return open_as(path, file_use::shared);
         // A copy has the rights of what it was copied from.
         for (const char* ending : {"", undo_journal})
             fs::permissions(copy + ending, fs::perms::owner_read | fs::perms::owner_write);
         return std::make_shared<log_store>(database::open_copy(copy, path, &raise_fault));
     } catch (const fs::filesystem_error& error) {
+        if (!is_present(path + undo_journal))
+            return open_as(path, file_use::shared);
         throw log_failure(error_number::unfinished, path, storage::system_error_text(error.code().value()));
     }
 }

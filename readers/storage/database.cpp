@@ -210,6 +210,7 @@ void database::open(const std::string& name, int flags, const char* files, file_
         name.c_str(), &m_handle, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_EXRESCODE, files);
     if (code != SQLITE_OK)
         fail(code);
+    m_isOpen = true;
     sqlite3_busy_timeout(m_handle, patience_with_locks_in_milliseconds);
     // Pending changes are their writer's to bring in.
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
@@ -286,6 +287,9 @@ void database::fail(int code) const
     case SQLITE_AUTH:
         raise(fault::access_denied, {}, system_error);
     case SQLITE_CANTOPEN:
+        // While a file is read it is the files beside it that are meant.
+        if (m_isOpen && m_use != file_use::frozen)
+            raise(fault::unreadable, u"what its writer keeps beside it is missing");
         raise(fault_of(system_error), {}, system_error);
     case SQLITE_IOERR:
         if (code != SQLITE_IOERR_SHORT_READ)

@@ -97,6 +97,7 @@ private:
     fault_handler m_onFault;
     file_use m_use = file_use::frozen;
     sqlite3* m_handle = nullptr;
+    bool m_isOpen = false;
     formats::bytes m_image;
     file_stamp m_stamp;    // of the file; nothing for what lies in memory
     std::string m_logPath; // changes that count beside a file left open

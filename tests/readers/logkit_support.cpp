@@ -366,7 +366,7 @@ walked walk(ILogDocument* document)
     return all.m_result;
 }
 
-as_nobody::as_nobody(const std::filesystem::path& folder) : m_wasRoot(geteuid() == 0)
+as_nobody::as_nobody(const std::filesystem::path& folder) : m_folder(folder), m_wasRoot(geteuid() == 0)
 {
     constexpr uid_t nobody = 65534;
     using std::filesystem::perms;
@@ -379,6 +379,7 @@ as_nobody::~as_nobody()
 {
     if (m_wasRoot && seteuid(0) != 0)
         ADD_FAILURE() << "the rights cannot be taken back";
+    std::filesystem::permissions(m_folder, std::filesystem::perms(0755));
 }
 
 log_test::log_test()

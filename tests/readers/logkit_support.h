@@ -91,13 +91,15 @@ struct walked {
 };
 walked walk(ILogDocument* document);
 
-/// Gives up the rights of an administrator, to whom nothing is denied, while it lives.
+/// Takes the right to write away from a folder while it lives, and gives up the rights of an
+/// administrator, to whom nothing is denied.
 class as_nobody {
 public:
     explicit as_nobody(const std::filesystem::path& folder);
     ~as_nobody();
 
 private:
+    std::filesystem::path m_folder;
     bool m_wasRoot;
 };
 
