@@ -153,6 +153,9 @@ inline constexpr auto log_tables = std::to_array<log_table>({
      "WITHOUT ROWID"},
     // The types that the log knows, in the order of their ids.
     {"operation_type", "id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE", ""},
+    // Types of which a feature has operations: a recorder tells with the first one, and spares readers a
+    // search in a big table for each. A list that is not told of has to be searched for.
+    {"operation_list", "feature INTEGER NOT NULL, type INTEGER NOT NULL, PRIMARY KEY (feature, type)", "WITHOUT ROWID"},
     // Operations of types without a table of their own.
     {"other_operation",
      "type INTEGER NOT NULL, feature INTEGER NOT NULL, position INTEGER NOT NULL, "

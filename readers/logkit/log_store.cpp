@@ -4,6 +4,7 @@
 #include "readers/logkit/log_check.h"
 #include "readers/storage/text.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 namespace cw::logkit {
@@ -49,6 +50,7 @@ log_store::log_store(std::unique_ptr<storage::database> source)
     m_operations.push_back(prepare_operations(*m_source, nullptr));
     read_features();
     read_types();
+    read_lists();
     m_opening.reset();
 }
 
@@ -86,6 +88,14 @@ void log_store::read_types()
         m_types.push_back({query.integer(0), storage::to_utf16(query.any_text(1))});
 }
 
+void log_store::read_lists()
+{
+    storage::typed_row query(*m_source, "operation_list",
+                             "SELECT feature, type FROM operation_list ORDER BY feature, type");
+    while (query.step())
+        m_lists.emplace_back(query.integer(0), query.integer(1));
+}
+
 void log_store::check_identity()
 {
     m_identity.ask();
@@ -100,6 +110,11 @@ std::optional<std::int64_t> log_store::type_id(std::u16string_view name) const n
         if (type.name == name)
             return type.id;
     return {};
+}
+
+bool log_store::tells_of_operations(std::int64_t feature, std::int64_t type) const noexcept
+{
+    return std::ranges::binary_search(m_lists, std::pair(feature, type));
 }
 
 operation_queries& log_store::operations(std::u16string_view type) noexcept

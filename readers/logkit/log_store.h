@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace cw::logkit {
@@ -52,6 +53,9 @@ public:
     [[nodiscard]] const std::vector<stored_type>& types() const noexcept { return m_types; }
     /// The id of a type, or none for one that is not listed.
     [[nodiscard]] std::optional<std::int64_t> type_id(std::u16string_view name) const noexcept;
+    /// Whether the log told, when it was opened, of operations of a type in a feature (their ids). Where it
+    /// did not there may be some all the same.
+    [[nodiscard]] bool tells_of_operations(std::int64_t feature, std::int64_t type) const noexcept;
     /// The queries for a type: those of its table, or those of types without one.
     [[nodiscard]] operation_queries& operations(std::u16string_view type) noexcept;
 
@@ -77,6 +81,7 @@ private:
     friend class look;
     void read_features();
     void read_types();
+    void read_lists();
     void check_identity();
 
     std::unique_ptr<storage::database> m_source;
@@ -90,7 +95,8 @@ private:
     std::vector<stored_feature> m_features;
     std::size_t m_mainFeature = 0;
     std::vector<stored_type> m_types;
-    std::vector<IFeatureLog*> m_objects; // of the features, null where there is none
+    std::vector<std::pair<std::int64_t, std::int64_t>> m_lists; // features and types, in their order
+    std::vector<IFeatureLog*> m_objects;                        // of the features, null where there is none
     std::vector<com_ptr<IFeatureLog>> m_kept;
     bool m_keepsFeatures = false;
 };

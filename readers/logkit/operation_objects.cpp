@@ -49,7 +49,7 @@ HRESULT operation_list::First(LONG start, LONG* position) noexcept
     return answer_into(position, [&]() -> LONG {
         if (start != 0)
             throw automation::automation_error(E_INVALIDARG, u"Lists of operations are walked from 0.");
-        return m_records.count() == 0 ? -1 : 0;
+        return m_records.is_empty() ? -1 : 0;
     });
 }
 

@@ -112,6 +112,11 @@ bool record_reader::reads_ahead(LONG position) const noexcept
     return position == m_next && position - m_first < static_cast<LONG>(m_ends.size());
 }
 
+bool record_reader::is_empty()
+{
+    return !(m_type && m_log->tells_of_operations(m_feature, *m_type)) && count() == 0;
+}
+
 LONG record_reader::count()
 {
     if (reads_ahead(m_next))

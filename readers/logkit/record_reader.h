@@ -14,6 +14,8 @@ public:
     /// The operations of a type within a feature (its id).
     record_reader(log_handle log, std::int64_t feature, std::u16string_view type);
 
+    /// Whether there is no record; no look-up where the log told of some.
+    [[nodiscard]] bool is_empty();
     /// How many records there are: one look-up, and none while records that were read ahead are left.
     [[nodiscard]] LONG count();
     /// The elements of the record at a position, which the caller may take. They are valid until the

@@ -234,6 +234,27 @@ TEST_F(logkit_lists, begin_at_0_or_nowhere)
     EXPECT_EQ(position, -1);
 }
 
+TEST_F(logkit_lists, a_log_may_tell_which_have_records)
+{
+    const feature main =
+        open_main(write_log(plain_log() + "INSERT INTO operation_list VALUES (1, 1), (1, 2), (9, 6), (1, 77);"
+                                          "INSERT INTO shell_operation VALUES (1, 0, 'Programs', 'Tool', 1, 0);"
+                                          "INSERT INTO general_operation VALUES (1, 0, 'Done', NULL);"));
+    const auto first = [&](std::u16string_view type) {
+        LONG position = -7;
+        EXPECT_EQ(list(main.get(), type)->First(0, &position), S_OK);
+        return position;
+    };
+    EXPECT_EQ(first(log_operation_type::shell), 0);
+    EXPECT_EQ(count_of(list(main.get(), log_operation_type::shell).get()), 1);
+    // Not told, and there all the same.
+    EXPECT_EQ(first(log_operation_type::general), 0);
+    EXPECT_EQ(first(log_operation_type::ini), -1);
+    // Told of, and not there: a walk meets nothing.
+    EXPECT_EQ(first(log_operation_type::file), 0);
+    EXPECT_EQ(count_of(list(main.get(), log_operation_type::file).get()), 0);
+}
+
 TEST_F(logkit_lists, a_position_outside_is_an_error)
 {
     const feature main = open_main(write_log(rich_log()));
