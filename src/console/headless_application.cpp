@@ -1,6 +1,6 @@
 #include "console/headless_application.h"
 
-#include "bridges/log_interface.h"
+#include "bridges/log_objects.h"
 #include "bridges/media_interface.h"
 #include "platform/utf8.h"
 
@@ -14,6 +14,22 @@ namespace {
 std::u16string library_missing(std::u16string_view library_name)
 {
     return u"no reader library " + std::u16string(library_name) + u" could be activated";
+}
+
+/// What the reader says of a log that did not open. The frame drops it, so the reader is asked again.
+std::u16string why_unreadable(ILogLoader* loader, std::u16string_view path)
+{
+    std::u16string reason = u"the log cannot be read";
+    try {
+        const automation::bstr full_path(path);
+        automation::com_ptr<ILogDocument> document;
+        call(loader, &ILogLoader::Open, full_path.get(), document.put());
+        (void)object_of(document.get(), &ILogDocument::RootFeature);
+    } catch (const _com_error& error) {
+        if (const string told = error.Description(); !told.empty())
+            reason = told.view();
+    }
+    return reason;
 }
 
 } // namespace
@@ -56,7 +72,8 @@ std::optional<std::u16string> headless_application::open(std::u16string_view abs
         return frame().HasMediaFactory() ? u"the reader gave neither a media nor an error"
                                          : library_missing(media_library_name);
     if (!frame().HasMedia() && !frame().HasLog())
-        return frame().HasLogLoader() ? u"the log cannot be read" : library_missing(log_library_name);
+        return frame().HasLogLoader() ? why_unreadable(frame().LogLoader(), absolute_path)
+                                      : library_missing(log_library_name);
     return {};
 }
 

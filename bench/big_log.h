@@ -1,0 +1,26 @@
+// Makes logs of any size through the recorder.
+#pragma once
+
+#include <filesystem>
+
+namespace cw::bench {
+
+/// Features nest two deep; each has a few properties.
+struct log_size {
+    int features = 200;
+    int operations = 1'000'000;
+};
+
+/// Writes the log, or takes the one that an earlier run left; answers its path. The operations, of five
+/// types, are spread evenly over the features.
+[[nodiscard]] std::filesystem::path make_big_log(const std::filesystem::path& folder, const log_size& size);
+
+enum class long_list {
+    files,      // one list
+    registries, // half of them on each side of the registry
+};
+
+/// As above, a log whose one sub-feature has all its operations in one list of the viewer.
+[[nodiscard]] std::filesystem::path make_long_log(const std::filesystem::path& folder, long_list list, int operations);
+
+} // namespace cw::bench
