@@ -11,6 +11,7 @@ BUILD = Path(os.environ["CW_BUILD_DIR"])
 BIN = BUILD / "bin"
 FIXTURE = BUILD / "fixture"
 SAMPLE = BUILD / "samples" / "tour.hdr"
+SAMPLE_LOG = BUILD / "samples" / "tour.clg"
 CWCAB = BIN / "cwcab"
 CWCABVIEW = BIN / "cwcabview"
 
@@ -162,12 +163,12 @@ class WindowTest(FolderTest):
 
 
 class MediaWindowTest(WindowTest):
-    """A test that works with an open media as a person does. What the window shows is read through
+    """A test that works with an open file as a person does. What the window shows is read through
     its own Copy, and where a row is through the colour of its selection."""
 
-    def open(self, media=SAMPLE):
-        process = self.start(media)
-        self.display.window(media.name)
+    def open(self, file=SAMPLE):
+        process = self.start(file)
+        self.display.window(file.name)
         return process
 
     def view(self, mnemonic):
@@ -205,7 +206,7 @@ class MediaWindowTest(WindowTest):
         return wait_for("a selected row", lambda: self.find_selected_row(in_list))
 
     def find_selected_row(self, in_list):
-        window = self.display.windows(r"\.(hdr|cab)$")[-1]
+        window = self.display.windows(r"\.(hdr|cab|clg)$")[-1]
         geometry = self.display.xdotool("getwindowgeometry", "--shell", window).stdout
         left = int(next(line for line in geometry.splitlines() if line.startswith("X=")).removeprefix("X="))
         picture = self.display.picture()
