@@ -11,6 +11,8 @@ namespace {
 
 /// How long somebody who has the log locked is waited for.
 constexpr int patience_ms = 10'000;
+/// The same for the journal, without which recording goes on as well.
+constexpr int patience_for_journal_ms = 1000;
 /// The same at the end, where nothing depends on it: a viewer may keep the log open for days.
 constexpr int patience_at_end_ms = 250;
 
@@ -152,7 +154,9 @@ void log_database::run(const char* statement)
 void log_database::start_recording()
 {
     sqlite3_db_config(m_database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
+    sqlite3_busy_timeout(m_database, patience_for_journal_ms);
     const int result = sqlite3_exec(m_database, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr);
+    sqlite3_busy_timeout(m_database, patience_ms);
     if (result != SQLITE_OK && result != SQLITE_BUSY && result != SQLITE_LOCKED)
         fail(result);
 }

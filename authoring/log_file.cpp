@@ -88,6 +88,20 @@ bool is_in_place(int descriptor, const std::string& path)
     return ::fstat(descriptor, &own) == 0 && ::stat(path.c_str(), &found) == 0 && is_same(own, found);
 }
 
+/// Opens a file so that it cannot be mistaken for the standard input or output of a program that was
+/// started without one, which would then be read from or written to the log.
+int open_descriptor(const std::string& path, int flags, mode_t mode = 0)
+{
+    const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode);
+    if (descriptor < 0 || descriptor > STDERR_FILENO)
+        return descriptor;
+    const int moved = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int failure = errno;
+    ::close(descriptor);
+    errno = failure;
+    return moved;
+}
+
 void hold(int descriptor, const std::string& path)
 {
     struct flock range {};
@@ -235,7 +249,7 @@ void log_file::require_in_place() const
 /// False where the file was exchanged meanwhile.
 bool log_file::open_existing()
 {
-    m_descriptor = ::open(m_path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    m_descriptor = open_descriptor(m_path, O_RDWR);
     if (m_descriptor < 0) {
         if (errno == ENOENT)
             return false;
@@ -277,7 +291,7 @@ bool log_file::make(bool replace_empty)
     const fs::path path(m_path);
     const std::string new_path =
         (path.parent_path() / ("." + path.filename().string() + std::string(new_file_ending))).string();
-    m_descriptor = ::open(new_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
+    m_descriptor = open_descriptor(new_path, O_RDWR | O_CREAT | O_NOFOLLOW, 0666);
     if (m_descriptor < 0)
         fail(m_path, "the log cannot be made", errno);
     // Who makes the file owns it from its first byte on, and its lock goes with it to its real name.

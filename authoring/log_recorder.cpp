@@ -209,18 +209,31 @@ std::size_t column_count(std::optional<std::size_t> table)
     return table ? formats::operation_tables[*table].columns.size() : 0;
 }
 
-/// Arrays behind the first are values of the titles that it holds.
-void require_values_within_titles(const std::vector<std::optional<std::size_t>>& element_counts)
+/// Arrays behind the first are values of the titles that it holds. `element_counts` are those of the
+/// arrays by their places, before the one at `place` becomes what `count` tells.
+void require_values_within_titles(const std::map<std::size_t, std::size_t>& element_counts, std::size_t place,
+                                  std::optional<std::size_t> count)
 {
-    std::optional<std::size_t> titles;
-    for (const std::optional<std::size_t>& count : element_counts) {
-        if (!count)
+    const auto fail = [](std::size_t values, std::size_t titles) {
+        throw error("an array of " + std::to_string(values) + " values has only " + std::to_string(titles) + " titles");
+    };
+    const auto first = element_counts.begin();
+    if (first == element_counts.end() || (!count && first->first != place))
+        return;
+    if (first->first < place) {
+        if (*count > first->second)
+            fail(*count, first->second);
+        return;
+    }
+    // The titles change, so all others are looked at.
+    std::optional<std::size_t> titles = count;
+    for (const auto& [other, values] : element_counts) {
+        if (other == place)
             continue;
         if (!titles)
-            titles = count;
-        else if (*count > *titles)
-            throw error("an array of " + std::to_string(*count) + " values has only " + std::to_string(*titles) +
-                        " titles");
+            titles = values;
+        else if (values > *titles)
+            fail(values, *titles);
     }
 }
 
@@ -501,22 +514,24 @@ void log_recorder::add_feature(std::string_view identifier, std::optional<std::s
     m_features.push_back(std::move(feature));
 }
 
-std::vector<log_recorder::property_state>& log_recorder::properties_of(feature_state& feature)
+log_recorder::property_states& log_recorder::properties_of(feature_state& feature)
 {
     if (feature.properties)
         return *feature.properties;
-    std::vector<property_state> properties;
+    auto properties = std::make_unique<property_states>();
     log_statement& rows = m_statements->properties.with(feature.id);
     while (rows.next()) {
-        if (rows.integer(3) != static_cast<std::int64_t>(properties.size())) {
+        const std::size_t place = properties->places.size();
+        if (rows.integer(3) != static_cast<std::int64_t>(place)) {
             rows.reset();
             throw log_storage_error(m_path + ": the log is damaged: there is a gap among the properties");
         }
-        const bool is_array = (rows.integer(1) & VT_ARRAY) != 0;
-        properties.push_back(
-            {rows.text(0), is_array ? std::optional(static_cast<std::size_t>(rows.integer(2))) : std::nullopt});
+        if ((rows.integer(1) & VT_ARRAY) != 0)
+            properties->element_counts.emplace(place, static_cast<std::size_t>(rows.integer(2)));
+        properties->places.emplace(rows.text(0), place);
     }
-    return feature.properties.emplace(std::move(properties));
+    feature.properties = std::move(properties);
+    return *feature.properties;
 }
 
 void log_recorder::set_property(std::string_view feature_identifier, std::string_view name, const typed_value& value)
@@ -540,19 +555,14 @@ void log_recorder::set_property(std::string_view feature_identifier, std::string
     }
 
     feature_state& feature = feature_named(feature_identifier);
-    std::vector<property_state>& properties = properties_of(feature);
-    const auto known = std::find_if(properties.begin(), properties.end(),
-                                    [&](const property_state& property) { return property.name == name; });
-    const bool is_new = known == properties.end();
-    const std::int64_t position = known - properties.begin();
+    property_states& properties = properties_of(feature);
+    const auto known = properties.places.find(name);
+    const bool is_new = known == properties.places.end();
+    const std::size_t place = is_new ? properties.places.size() : known->second;
+    const auto position = static_cast<std::int64_t>(place);
     require_room(position, "properties");
-    const std::optional<std::size_t> element_count = is_array ? std::optional(elements.size()) : std::nullopt;
-    std::vector<std::optional<std::size_t>> counts;
-    for (const property_state& property : properties)
-        counts.push_back(&property == std::to_address(known) ? element_count : property.element_count);
-    if (is_new)
-        counts.push_back(element_count);
-    require_values_within_titles(counts);
+    require_values_within_titles(properties.element_counts, place,
+                                 is_array ? std::optional(elements.size()) : std::nullopt);
 
     const std::int64_t type = value.type;
     write_at_once([&] {
@@ -567,9 +577,11 @@ void log_recorder::set_property(std::string_view feature_identifier, std::string
                 .run();
     });
     if (is_new)
-        properties.push_back({std::string(name), element_count});
+        properties.places.emplace(name, place);
+    if (is_array)
+        properties.element_counts[place] = elements.size();
     else
-        known->element_count = element_count;
+        properties.element_counts.erase(place);
 }
 
 std::int64_t log_recorder::next_position(const type_state& type, row_number feature)
@@ -622,10 +634,9 @@ void log_recorder::add_operation(std::string_view type_name, std::string_view fe
     for (std::size_t i = column_count(type.table); i < elements.size(); ++i)
         (void)scalar_cell(elements[i], element_name(i));
 
-    if (feature.operation_counts.size() <= type_place)
-        feature.operation_counts.resize(type_place + 1);
-    std::optional<std::int64_t>& count = feature.operation_counts[type_place];
-    const std::int64_t position = count && !is_new ? *count : next_position(type, feature.id);
+    const auto counted = feature.operation_counts.find(type_place);
+    const std::int64_t position =
+        counted != feature.operation_counts.end() ? counted->second : next_position(type, feature.id);
     require_room(position, "operations of one type");
     log_statement& insert = bind_operation(type, feature.id, position, elements);
     if (!is_new && elements.size() <= column_count(type.table)) {
@@ -638,7 +649,7 @@ void log_recorder::add_operation(std::string_view type_name, std::string_view fe
             insert_surplus(type, feature.id, position, elements);
         });
     }
-    count = position + 1;
+    feature.operation_counts[type_place] = position + 1;
     if (is_new) {
         m_typePlaces.emplace(type_name, type_place);
         m_types.push_back(type);

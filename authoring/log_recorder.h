@@ -54,28 +54,29 @@ public:
 private:
     using row_number = std::int64_t;
 
-    struct property_state {
-        std::string name;
-        std::optional<std::size_t> element_count; // of an array
-    };
-    struct feature_state {
-        row_number id = 0;
-        row_number parent = 0;
-        int level = 1;
-        std::int64_t child_count = 0;
-        std::optional<std::vector<property_state>> properties;     // once they were asked for
-        std::vector<std::optional<std::int64_t>> operation_counts; // by the place of the type, likewise
-    };
-    struct type_state {
-        row_number id = 0;
-        std::optional<std::size_t> table; // its place in `formats::operation_tables`
-    };
     struct text_hash {
         using is_transparent = void;
         std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>()(text); }
     };
     template <typename Value>
     using text_map = std::unordered_map<std::string, Value, text_hash, std::equal_to<>>;
+
+    struct property_states {
+        text_map<std::size_t> places;
+        std::map<std::size_t, std::size_t> element_counts; // of the arrays, by their places
+    };
+    struct feature_state {
+        row_number id = 0;
+        row_number parent = 0;
+        int level = 1;
+        std::int64_t child_count = 0;
+        std::unique_ptr<property_states> properties;                    // once they were asked for
+        std::unordered_map<std::size_t, std::int64_t> operation_counts; // by the place of the type, likewise
+    };
+    struct type_state {
+        row_number id = 0;
+        std::optional<std::size_t> table; // its place in `formats::operation_tables`
+    };
     struct statements;
 
     void load();
@@ -89,7 +90,7 @@ private:
     void end_log() noexcept;
 
     [[nodiscard]] feature_state& feature_named(std::string_view identifier);
-    [[nodiscard]] std::vector<property_state>& properties_of(feature_state& feature);
+    [[nodiscard]] property_states& properties_of(feature_state& feature);
     [[nodiscard]] std::int64_t next_position(const type_state& type, row_number feature);
     /// Takes the row and its elements in; nothing is written before `run` of the statement.
     log_statement& bind_operation(const type_state& type, row_number feature, std::int64_t position,

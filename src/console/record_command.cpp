@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <fcntl.h>
 #include <iostream>
 #include <memory>
 #include <poll.h>
@@ -98,17 +99,24 @@ input_state look_at_input(const end_signals& signals, int timeout_ms)
     return waiting[1].revents != 0 ? input_state::ready : input_state::pausing;
 }
 
+/// Whatever is opened next would take the place of an input that is closed.
+const record_arguments& with_open_input(const record_arguments& arguments)
+{
+    if (::fcntl(STDIN_FILENO, F_GETFD) < 0)
+        throw std::runtime_error("standard input is closed");
+    return arguments;
+}
+
 class recording {
 public:
     explicit recording(const record_arguments& arguments)
-        : m_arguments(arguments), m_recorder(arguments.file), m_lines(m_recorder)
+        : m_arguments(with_open_input(arguments)), m_recorder(arguments.file), m_lines(m_recorder)
     {
     }
 
     int run()
     {
-        const end_signals signals;
-        const bool is_stopped = read_input(signals);
+        const bool is_stopped = read_input();
         acknowledge_all();
         m_recorder.close();
         if (!m_arguments.acknowledge) {
@@ -124,14 +132,14 @@ public:
 
 private:
     /// Whether a signal ended it.
-    bool read_input(const end_signals& signals)
+    bool read_input()
     {
         std::vector<char> room(read_size_in_bytes);
         for (;;) {
-            input_state state = look_at_input(signals, 0);
+            input_state state = look_at_input(m_signals, 0);
             if (state == input_state::pausing) {
                 acknowledge_all();
-                state = look_at_input(signals, -1);
+                state = look_at_input(m_signals, -1);
             }
             if (state == input_state::stopped)
                 return true;
@@ -220,6 +228,7 @@ private:
     }
 
     const record_arguments& m_arguments;
+    end_signals m_signals; // before the log is opened: from then on it has to be closed
     authoring::log_recorder m_recorder;
     authoring::log_lines m_lines;
     std::string m_begun; // a line without its end

@@ -542,6 +542,34 @@ TEST_F(log_recorder_test, a_reader_that_keeps_looking_is_no_error)
     EXPECT_EQ(names_in(folder.path()), std::vector<std::string>{"a.clg"});
 }
 
+TEST_F(log_recorder_test, a_reader_that_keeps_the_journal_from_being_chosen_is_no_error)
+{
+    open_with_main();
+    close();
+    {
+        const long_look reader(path);
+        open();
+        recorder->add_operation("OPTYPE_FILE", "A", record{text("f")});
+    }
+    recorder->commit();
+    EXPECT_EQ(stored("SELECT folder FROM file_operation"), rows{"f"});
+    EXPECT_EQ(names_in(folder.path()), std::vector<std::string>{"a.clg"});
+}
+
+TEST_F(log_recorder_test, many_properties_and_types_cost_no_more_each)
+{
+    open_with_main();
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 20'000; ++i) {
+        recorder->set_property("A", "p" + std::to_string(i), i % 2 != 0 ? texts({"x"}) : number(i));
+        recorder->add_operation("T" + std::to_string(i), "A", record{});
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+    EXPECT_EQ(property_error("p3", texts({"x", "y"})), "an array of 2 values has only 1 titles");
+    EXPECT_EQ(stored("SELECT (SELECT COUNT(*) FROM property), (SELECT COUNT(*) FROM operation_type)"),
+              rows{"20000|20009"});
+}
+
 TEST_F(log_recorder_test, the_disk_being_full_takes_away_nothing_that_was_committed)
 {
     open_with_main();

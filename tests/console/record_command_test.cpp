@@ -263,6 +263,21 @@ TEST_F(record_command, records_on_when_nobody_hears_its_answers)
     EXPECT_TRUE(is_plain());
 }
 
+TEST_F(record_command, never_takes_the_log_for_its_input_or_output)
+{
+    const std::string command = std::string("exec \"") + fixture_program + "\" record '" + log + "' --acknowledge";
+    const std::string input = folder.write("lines", main_feature + operation("1"));
+    EXPECT_EQ(run_program({"-c", command + " <'" + input + "' >&-"}, {}, {}, "/bin/sh").status, 1);
+    EXPECT_EQ(operations(), 1);
+    EXPECT_EQ(run_program({"-c", command + " <'" + input + "' 2>&-"}, {}, {}, "/bin/sh").status, 0);
+    EXPECT_EQ(operations(), 2);
+    const outcome without_input = run_program({"-c", command + " <&-"}, {}, {}, "/bin/sh");
+    EXPECT_EQ(without_input.status, 1);
+    EXPECT_EQ(without_input.error, "cwcab: standard input is closed\n");
+    EXPECT_EQ(operations(), 2);
+    EXPECT_TRUE(folder.read("a.clg").starts_with("SQLite format 3"));
+}
+
 TEST_F(record_command, a_second_one_is_refused_and_harms_nothing)
 {
     working_recorder recorder({log, "--acknowledge"});
