@@ -281,6 +281,7 @@ struct log_recorder::statements {
               database, "INSERT INTO property_element (feature, property, position, text) VALUES (?, ?, ?, ?)"),
           delete_property_elements(database, "DELETE FROM property_element WHERE feature = ? AND property = ?"),
           insert_type(database, "INSERT INTO operation_type (id, name) VALUES (?, ?)"),
+          insert_list(database, "INSERT OR IGNORE INTO operation_list (feature, type) VALUES (?, ?)"),
           insert_other(database, "INSERT INTO other_operation (feature, position, type) VALUES (?, ?, ?)"),
           last_other(database, "SELECT position FROM other_operation WHERE feature = ? AND type = ? "
                                "ORDER BY position DESC LIMIT 1"),
@@ -311,6 +312,7 @@ struct log_recorder::statements {
     log_statement insert_property_element;
     log_statement delete_property_elements;
     log_statement insert_type;
+    log_statement insert_list;
     log_statement insert_other;
     log_statement last_other;
     log_statement insert_element;
@@ -639,12 +641,15 @@ void log_recorder::add_operation(std::string_view type_name, std::string_view fe
         counted != feature.operation_counts.end() ? counted->second : next_position(type, feature.id);
     require_room(position, "operations of one type");
     log_statement& insert = bind_operation(type, feature.id, position, elements);
-    if (!is_new && elements.size() <= column_count(type.table)) {
+    const bool is_first = position == 0;
+    if (!is_new && !is_first && elements.size() <= column_count(type.table)) {
         write([&] { insert.run(); });
     } else {
         write_at_once([&] {
             if (is_new)
                 m_statements->insert_type.with(type.id, type_name).run();
+            if (is_first)
+                m_statements->insert_list.with(feature.id, type.id).run();
             insert.run();
             insert_surplus(type, feature.id, position, elements);
         });

@@ -255,6 +255,7 @@ TEST_F(log_recorder_test, every_known_type_has_its_table)
     recorder->add_operation("OPTYPE_DOTNET", "A", record{text("f"), text("n"), number(-1), flag(true), flag(false)});
     recorder->add_operation("OPTYPE_GENERAL", "A", record{text("o"), text("d")});
     EXPECT_EQ(stored("SELECT * FROM file_operation"), rows{"1|0|f|n|1|0|1|0"});
+    EXPECT_EQ(stored("SELECT feature, group_concat(type, ' ') FROM operation_list"), rows{"1|1 2 3 4 5 6 7 8 9"});
     EXPECT_EQ(stored("SELECT * FROM shell_operation"), rows{"1|0|f|s|1|0"});
     EXPECT_EQ(stored("SELECT * FROM registry_operation"), rows{"1|0|k|v|r|2|1|0|1"});
     EXPECT_EQ(stored("SELECT * FROM registry64_operation"), rows{"1|0|k|v|r|6|1|0|1|256"});
@@ -337,6 +338,7 @@ TEST_F(log_recorder_test, unknown_types_take_whatever_there_is)
     open();
     recorder->add_operation("MINE", "A", record{});
     EXPECT_EQ(stored("SELECT id, name FROM operation_type WHERE id > 9"), (rows{"10|MINE", "11|тип"}));
+    EXPECT_EQ(stored("SELECT feature, type FROM operation_list WHERE type > 9"), (rows{"1|10", "2|10", "2|11"}));
     EXPECT_EQ(stored("SELECT type, feature, position FROM other_operation"),
               (rows{"10|1|0", "10|1|1", "10|1|2", "10|2|0", "11|2|0"}));
     EXPECT_EQ(stored("SELECT * FROM operation_element"), (rows{"10|1|1|0|8|x", "10|1|1|1|3|1", "10|1|1|2|11|-1",
