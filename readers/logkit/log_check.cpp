@@ -3,7 +3,6 @@
 #include "formats/log_format.h"
 #include "readers/logkit/errors.h"
 #include "readers/storage/text.h"
-#include "readers/storage/tree_check.h"
 
 #include <map>
 #include <string>
@@ -112,11 +111,6 @@ void check_log(database& source)
     if (schema <= 0)
         refuse(source, "its schema has no number");
     check_tables(source);
-    storage::check_tree(source, "feature", formats::deepest_feature_level);
-    const std::int64_t mains = number_of(source, "SELECT count(*) FROM feature WHERE parent = 0");
-    if (mains != 1)
-        source.raise(storage::fault::contradiction,
-                     mains == 0 ? u"there is no main feature" : u"there are several main features");
 }
 
 } // namespace cw::logkit

@@ -3,6 +3,7 @@
 #include "readers/logkit/feature_objects.h"
 #include "readers/logkit/log_check.h"
 #include "readers/storage/text.h"
+#include "readers/storage/tree_check.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -57,23 +58,28 @@ log_store::log_store(std::unique_ptr<storage::database> source)
 void log_store::read_features()
 {
     storage::typed_row query(*m_source, "feature",
-                             "SELECT id, parent, name, identifier FROM feature ORDER BY parent, position");
+                             "SELECT parent, position, id, name, identifier FROM feature ORDER BY parent, position");
+    std::vector<storage::tree_row> tree;
     std::unordered_map<std::int64_t, std::size_t> index_of;
-    std::vector<std::int64_t> parents;
     while (query.step()) {
-        index_of[query.integer(0)] = m_features.size();
-        parents.push_back(query.integer(1));
+        tree.push_back({query.integer(0), query.integer(1), query.integer(2)});
+        index_of[tree.back().id] = m_features.size();
         stored_feature& feature = m_features.emplace_back();
-        feature.id = query.integer(0);
-        feature.name = query.any_text(2);
-        feature.identifier = query.any_text(3);
+        feature.id = tree.back().id;
+        feature.name = query.any_text(3);
+        feature.identifier = query.any_text(4);
     }
+    storage::check_tree(*m_source, tree, "feature", formats::deepest_feature_level);
+    const auto mains = std::ranges::count(tree, 0, &storage::tree_row::parent);
+    if (mains != 1)
+        m_source->raise(storage::fault::contradiction,
+                        mains == 0 ? u"there is no main feature" : u"there are several main features");
     for (std::size_t i = 0; i < m_features.size(); ++i) {
-        if (parents[i] == 0) {
+        if (tree[i].parent == 0) {
             m_mainFeature = i;
             continue;
         }
-        const std::size_t parent = index_of.at(parents[i]);
+        const std::size_t parent = index_of.at(tree[i].parent);
         m_features[i].parent = parent;
         if (m_features[parent].child_count++ == 0)
             m_features[parent].first_child = i;

@@ -1,36 +1,21 @@
 #include "readers/storage/tree_check.h"
 
 #include "readers/storage/text.h"
+#include "readers/storage/typed_row.h"
 
 #include <algorithm>
 #include <vector>
 
 namespace cw::storage {
-namespace {
 
-struct tree_row {
-    std::int64_t parent;
-    std::int64_t position;
-    std::int64_t id;
-};
-
-} // namespace
-
-void check_tree(database& source, const std::string& table, int deepest_level)
+void check_tree(const database& source, std::span<const tree_row> tree, const std::string& table, int deepest_level)
 {
     const auto contradict = [&](const std::string& what) {
         source.raise(fault::contradiction, to_utf16("table " + table + what));
     };
-    std::vector<tree_row> tree;
-    statement query(source, "SELECT parent, position, id, typeof(parent) = 'integer' AND typeof(position) = 'integer' "
-                            "FROM " +
-                                table + " ORDER BY parent, position");
-    while (query.step()) {
-        if (!query.integer(3))
-            contradict(", a place is not a number");
-        tree.push_back({query.integer(0), query.integer(1), query.integer(2)});
-    }
     for (std::size_t i = 0; i < tree.size(); ++i) {
+        if (i > 0 && tree[i].parent < tree[i - 1].parent)
+            contradict(", its index is out of order");
         const bool first = i == 0 || tree[i - 1].parent != tree[i].parent;
         if (tree[i].position != (first ? 0 : tree[i - 1].position + 1))
             contradict(", the positions below " + std::to_string(tree[i].parent) + " have a gap");
@@ -61,6 +46,15 @@ void check_tree(database& source, const std::string& table, int deepest_level)
     if (reached != tree.size())
         contradict(", " + std::to_string(tree.size() - reached) +
                    " rows stand below themselves or below rows that are not there");
+}
+
+void check_tree(database& source, const std::string& table, int deepest_level)
+{
+    std::vector<tree_row> tree;
+    typed_row query(source, table, "SELECT parent, position, id FROM " + table + " ORDER BY parent, position");
+    while (query.step())
+        tree.push_back({query.integer(0), query.integer(1), query.integer(2)});
+    check_tree(source, tree, table, deepest_level);
 }
 
 } // namespace cw::storage

@@ -217,8 +217,34 @@ TEST_F(logkit_check, features_make_one_tree)
     contradict("(1, 0, 1, 'a', 'a')", "gap");
     contradict("(1, 0, 0, 'a', 'a'), (2, 1, 0, 'b', 'b'), (3, 1, 2, 'c', 'c')", "gap");
     contradict("(1, 0, 0, 'a', 'a'), (2, 1, -1, 'b', 'b')", "gap");
-    contradict("(1, 0, 0, 'a', 'a'), (2, 1, 'x', 'b', 'b')", "not a number");
+    contradict("(1, 0, 0, 'a', 'a'), (2, 1, 'x', 'b', 'b')", "a text stands where an integer belongs");
     contradict("(1, 0, 0, 'a', 'a'), (0, 1, 0, 'b', 'b')", "number of the root");
+}
+
+/// The rows of `feature` are exchanged behind its indexes, and these are not to be gone by in order.
+TEST_F(logkit_check, features_at_odds_with_their_index_make_no_tree)
+{
+    const auto at_odds = [&](const std::string& rows) {
+        const std::string path = write_log(
+            plain_log() +
+            "INSERT INTO feature VALUES (2, 1, 0, 'b', 'b'), (3, 2, 0, 'c', 'c');"
+            "CREATE TABLE other (id INTEGER PRIMARY KEY, parent, position, name, identifier);" +
+            rows +
+            "ANALYZE sqlite_schema; DELETE FROM sqlite_stat1; INSERT INTO sqlite_stat1 VALUES ('feature', "
+            "'sqlite_autoindex_feature_2', '3 3 3 unordered');"
+            "PRAGMA writable_schema = ON; UPDATE sqlite_schema SET rootpage = (SELECT rootpage FROM sqlite_schema "
+            "WHERE name = 'other') WHERE name = 'feature'; DELETE FROM sqlite_schema WHERE name = 'other';"
+            "PRAGMA writable_schema = OFF;");
+        com_ptr<ILogDocument> document;
+        if (FAILED(open_path(path, document)))
+            return last_error();
+        // What opens is a tree, whichever of the two it is.
+        EXPECT_EQ(walk(document.get()).features, 3);
+        return std::string();
+    };
+    EXPECT_NE(at_odds(""), "");
+    EXPECT_NE(at_odds("INSERT INTO other VALUES (1, 0, 0, 'a', 'a'), (2, 9, 0, 'b', 'b'), (3, 2, 0, 'c', 'c');"), "");
+    at_odds("INSERT INTO other VALUES (1, 0, 0, 'a', 'a'), (2, 3, 0, 'b', 'b'), (3, 2, 0, 'c', 'c');");
 }
 
 TEST_F(logkit_check, features_nest_up_to_their_limit)
