@@ -15,6 +15,8 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <string_view>
 
 namespace cw::logkit {
 namespace {
@@ -37,6 +39,13 @@ bool is_present(const std::string& path) noexcept
 {
     struct stat status;
     return ::stat(path.c_str(), &status) == 0;
+}
+
+/// Whether the file can be opened without waiting for somebody.
+bool is_file(const std::string& path) noexcept
+{
+    struct stat status;
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 /// What cannot be opened is told before anybody waits for a pipe's other end.
@@ -103,6 +112,18 @@ private:
     fs::path m_path;
 };
 
+/// The journal of a change of several files ends with the name of one that they share, and whoever undoes
+/// the change takes that file away, wherever it lies. Recorders change one file.
+void check_journal(const std::string& journal, const std::string& path)
+{
+    constexpr std::string_view name_follows("\xd9\xd5\x05\xf9\x20\xa1\x63\xd7", 8);
+    std::ifstream file(journal, std::ios::binary);
+    std::array<char, name_follows.size()> end{};
+    if (file.seekg(-static_cast<std::streamoff>(end.size()), std::ios::end) && file.read(end.data(), end.size()) &&
+        std::string_view(end.data(), end.size()) == name_follows)
+        throw log_failure(error_number::unfinished, path, u"the change concerns other files too");
+}
+
 log_handle open_as(const std::string& path, file_use use)
 {
     return std::make_shared<log_store>(database::open_file(path, use, &raise_fault));
@@ -118,6 +139,7 @@ log_handle open_undone(const std::string& path)
         const std::string copy = (folder.path() / "log").native();
         fs::copy_file(path, copy);
         fs::copy_file(path + undo_journal, copy + undo_journal);
+        check_journal(copy + undo_journal, path);
         // Somebody who may write has undone it meanwhile.
         if (storage::stamp_of(path) != before || !is_present(path + undo_journal))
             return open_as(path, file_use::shared);
@@ -135,7 +157,7 @@ log_handle open_undone(const std::string& path)
 /// A log beside which its recorder keeps changes that are not yet brought in.
 log_handle open_with_pending_changes(const std::string& path, const storage::file_look& file)
 {
-    if (is_present(path + pending_index)) {
+    if (is_file(path + pending_index)) {
         try {
             return open_as(path, file_use::shared);
         } catch (const log_failure& failure) {

@@ -4,6 +4,7 @@
 #include "readers/storage/file_stamp.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -42,8 +43,13 @@ private:
         constexpr int of_a_database = SQLITE_OPEN_MAIN_DB | SQLITE_OPEN_WAL | SQLITE_OPEN_MAIN_JOURNAL;
         constexpr int writing =
             SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_EXCLUSIVE | SQLITE_OPEN_DELETEONCLOSE;
-        if (flags & of_a_database)
+        if (flags & of_a_database) {
+            // Whoever opens a pipe waits for its other end.
+            struct stat status;
+            if (::stat(name, &status) == 0 && !S_ISREG(status.st_mode))
+                return SQLITE_CANTOPEN;
             flags = (flags & ~writing) | SQLITE_OPEN_READONLY;
+        }
         return static_cast<read_only_layer*>(self)->m_base->xOpen(self, name, file, flags, flags_out);
     }
     static int refuse_delete(sqlite3_vfs*, const char*, int) { return SQLITE_IOERR_DELETE; }

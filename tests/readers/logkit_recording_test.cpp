@@ -1,5 +1,6 @@
 #include "logkit_support.h"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -196,6 +197,45 @@ TEST_F(logkit_recording, broken_off_with_an_unreadable_journal_is_told)
     com_ptr<ILogDocument> document;
     EXPECT_LT(open_path(path, document), 0);
     EXPECT_NE(last_error().find("setup.clg"), std::string::npos);
+}
+
+TEST_F(logkit_recording, broken_off_with_other_files_leaves_those_alone)
+{
+    const std::string path = broken_off();
+    // Behind the journal, as where one change is of several files: the name of the one that they share,
+    // its length, the sum of its bytes, and the sign that a name is there.
+    const std::string shared = m_folder.write("precious", "mine");
+    const auto number = [](std::uint32_t value) {
+        std::string bytes;
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes += static_cast<char>(value >> shift & 0xFF);
+        return bytes;
+    };
+    std::uint32_t sum = 0;
+    for (const char c : shared)
+        sum += static_cast<std::uint32_t>(c);
+    m_folder.write("setup.clg-journal", m_folder.read("setup.clg-journal") + number(0x40000000 / 4096 + 1) + shared +
+                                            number(static_cast<std::uint32_t>(shared.size())) + number(sum) +
+                                            "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7");
+    const auto before = contents();
+    expect_error(path, 34, "other files");
+    EXPECT_EQ(contents(), before);
+}
+
+TEST_F(logkit_recording, pipes_beside_a_log_are_not_waited_for)
+{
+    const auto with_pipe = [this](const std::string& path, const char* ending) {
+        fs::remove(path + ending);
+        EXPECT_EQ(mkfifo((path + ending).c_str(), 0600), 0);
+        return path;
+    };
+    expect_error(with_pipe(write_log(plain_log()), "-journal"), 34);
+    fs::remove(path_of("setup.clg-journal"));
+    expect_error(with_pipe(write_log(plain_log()), "-wal"), 23);
+    for (const std::string& name : listing())
+        fs::remove(path_of(name));
+    EXPECT_EQ(records(open_main(with_pipe(written_ahead(false), "-shm")).get(), log_operation_type::general).size(),
+              300u);
 }
 
 TEST_F(logkit_recording, broken_off_while_it_is_shown_is_told)
