@@ -99,6 +99,7 @@ public:
     void AddOperationGroups(HTREEITEM item, IFeatureLog* feature);
 
     // ---- log presenters: log/feature_log_properties.cpp, log/operation_rows.cpp ---------------
+    // Each replaces columns and rows by what the item's feature has of one sort.
     void ShowFeatureLogProperties(HTREEITEM item);
     void ShowFileOperations(HTREEITEM item);
     void ShowSelfRegistrationOperations(HTREEITEM item);
@@ -133,6 +134,7 @@ public:
     [[nodiscard]] bool HasLog() const noexcept { return static_cast<bool>(m_rootFeatureLog); }
 
     [[nodiscard]] bool HasMediaFactory() const noexcept { return static_cast<bool>(m_mediaFactory); }
+    /// Whether the log library's entry object is there; it is from a log's open to the next open.
     [[nodiscard]] bool HasLogLoader() const noexcept { return static_cast<bool>(m_logLoader); }
     /// The log library's entry object, borrowed; null where there is none.
     [[nodiscard]] ILogLoader* LogLoader() const noexcept { return m_logLoader.get(); }

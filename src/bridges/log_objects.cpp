@@ -1,5 +1,7 @@
 #include "bridges/log_objects.h"
 
+#include "bridges/text_value.h"
+
 namespace cw {
 namespace {
 
@@ -50,11 +52,9 @@ automation::com_ptr<IOperationType> collection_item(IOperationTypeCollection* ty
 
 automation::com_ptr<IOperationList> operations_of(IFeatureLog* feature, std::u16string_view type)
 {
-    const automation::bstr name(type);
-    if (!name.get())
-        raise_com_error(E_OUTOFMEMORY);
+    const automation::variant name = text_value(type);
     automation::com_ptr<IOperationList> operations;
-    call(feature, &IFeatureLog::Operations, name.get(), operations.put());
+    call(feature, &IFeatureLog::Operations, name.bstrVal, operations.put());
     return operations;
 }
 

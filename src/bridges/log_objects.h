@@ -67,16 +67,20 @@ template <class Interface, class Result>
 /// The log of a feature that a node's object is; null where it is none.
 [[nodiscard]] automation::com_ptr<IFeatureLog> feature_log_of(IDispatch* object) noexcept;
 
+/// How many members there are at this moment.
 [[nodiscard]] std::int32_t collection_count(IFeatureLogCollection* features);
+/// The same for operation types.
 [[nodiscard]] std::int32_t collection_count(IOperationTypeCollection* types);
 /// The member at an index from 1. E_POINTER where the library answers null.
 [[nodiscard]] automation::com_ptr<IFeatureLog> collection_item(IFeatureLogCollection* features, std::int32_t index);
+/// The same for operation types.
 [[nodiscard]] automation::com_ptr<IOperationType> collection_item(IOperationTypeCollection* types, std::int32_t index);
 
 /// The operations of a type; may be null. E_OUTOFMEMORY where the name cannot be allocated.
 [[nodiscard]] automation::com_ptr<IOperationList> operations_of(IFeatureLog* feature, std::u16string_view type);
 /// The position of the first record; negative where there is none.
 [[nodiscard]] std::int32_t first_position(IOperationList* operations);
+/// How many records there are at this moment.
 [[nodiscard]] std::int32_t operation_count(IOperationList* operations);
 
 /// An array of the library while it is locked. Null is an array without elements.
@@ -88,6 +92,7 @@ public:
     locked_array(const locked_array&) = delete;
     locked_array& operator=(const locked_array&) = delete;
 
+    /// Number of elements; indices run from 0 whatever the lower bound is.
     [[nodiscard]] std::size_t size() const noexcept { return m_size; }
     /// The text at an index; empty beyond the end.
     [[nodiscard]] std::u16string_view text(std::size_t index) const noexcept;
@@ -111,9 +116,11 @@ class operation_record {
 public:
     explicit operation_record(SAFEARRAY* elements) : m_elements(elements, VT_VARIANT) {}
 
-    /// The text as it lies there. An element of another type has none.
+    /// The text as it lies there. An element of another type, which the contract does not allow, has none.
     [[nodiscard]] std::u16string_view text(const log_element& element) const noexcept;
+    /// Whether the low 16 bits of the value field are not zero, whatever its type.
     [[nodiscard]] bool flag(const log_element& element) const noexcept { return number(element) != 0; }
+    /// The low 16 bits of the value field, whatever its type.
     [[nodiscard]] std::int16_t number(const log_element& element) const noexcept;
     /// The element as text, empty where it has none. `converted` holds what had to be converted.
     [[nodiscard]] std::u16string_view converted_text(const log_element& element, string& converted) const;

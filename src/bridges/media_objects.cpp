@@ -1,7 +1,6 @@
 #include "bridges/media_objects.h"
 
-#include "foundation/exceptions.h"
-#include "platform/services.h"
+#include "bridges/text_value.h"
 
 namespace cw {
 namespace {
@@ -18,17 +17,6 @@ Value read(IDispatch* object, const media_member_row& member)
 {
     Value value{};
     dispatch_property_get(object, member.id, member.type, &value);
-    return value;
-}
-
-automation::variant text_value(std::u16string_view text)
-{
-    automation::variant value;
-    value.bstrVal =
-        platform::current().memory->allocate(text.data() ? text.data() : u"", static_cast<UINT>(text.size()));
-    if (!value.bstrVal)
-        raise_com_error(E_OUTOFMEMORY);
-    value.vt = VT_BSTR;
     return value;
 }
 

@@ -2,6 +2,7 @@
 
 #include "app/main_frame.h"
 #include "bridges/log_objects.h"
+#include "bridges/text_value.h"
 #include "media/variant_arrays.h"
 
 #include <utility>
@@ -23,13 +24,8 @@ SAFEARRAY* property_names(IFeatureLog* feature)
 
 automation::variant property_value(IFeatureLog* feature, std::u16string_view name)
 {
-    automation::variant argument;
-    argument.bstrVal = SysAllocStringLen(name.data(), static_cast<UINT>(name.size()));
-    if (!argument.bstrVal)
-        raise_com_error(E_OUTOFMEMORY);
-    argument.vt = VT_BSTR;
     automation::variant value;
-    call(feature, &IFeatureLog::PropertyValue, argument, &value);
+    call(feature, &IFeatureLog::PropertyValue, text_value(name), &value);
     return value;
 }
 

@@ -3,6 +3,7 @@
 
 #include "app/main_frame.h"
 #include "bridges/log_objects.h"
+#include "bridges/text_value.h"
 #include "foundation/bounded_decimal.h"
 
 #include <array>
@@ -107,7 +108,7 @@ std::u16string_view assembly_type(const cell_source& source)
     return source.formed;
 }
 
-// Cells in the order of the columns.
+// A table lists its cells as the column set of the kind lists its columns.
 constexpr auto file_cells = std::to_array<cell_text>({
     shown<log_file_record::folder>,
     shown<log_file_record::file_name>,
@@ -220,12 +221,10 @@ void CMainFrame::ShowBothRegistryOperations(HTREEITEM item)
 void CMainFrame::ShowRegistryOperations(std::u16string_view type_name, HTREEITEM item)
 {
     const automation::com_ptr<IFeatureLog> feature = FeatureLogOf(item);
-    const automation::bstr name(type_name);
-    if (!name.get())
-        raise_com_error(E_OUTOFMEMORY);
+    const automation::variant name = text_value(type_name);
     automation::com_ptr<IOperationList> operations;
     // A library that has no such list, or fails to say so, has no such operations.
-    if (FAILED(feature->Operations(name.get(), operations.put())) || !operations)
+    if (FAILED(feature->Operations(name.bstrVal, operations.put())) || !operations)
         return;
     const std::span<const cell_text> cells = is_registry64(type_name) ? registry64_cells : registry_cells;
     add_operation_rows(m_listCtrl, operations.get(), cells, truth_words::translated());

@@ -1,6 +1,7 @@
 #include "bridges/log_objects.h"
 
 #include "automation/dual_object.h"
+#include "tests/support/scripted_services.h"
 
 #include <gtest/gtest.h>
 
@@ -98,6 +99,24 @@ TEST(log_objects, raise_what_the_library_told)
         error_of([&] { for_each_record(list.get(), [](std::size_t, const operation_record&) {}); });
     EXPECT_EQ(error.Error(), E_FAIL);
     EXPECT_EQ(error.Description(), u"torn page");
+}
+
+TEST(log_objects, errors_go_with_their_interface)
+{
+    EXPECT_EQ(*log_interface_id<ILogLoader>, IID_ILogLoader);
+    EXPECT_EQ(*log_interface_id<ILogDocument>, IID_ILogDocument);
+    EXPECT_EQ(*log_interface_id<IFeatureLog>, IID_IFeatureLog);
+    EXPECT_EQ(*log_interface_id<IFeatureLogCollection>, IID_IFeatureLogCollection);
+    EXPECT_EQ(*log_interface_id<IOperationTypeCollection>, IID_IOperationTypeCollection);
+    EXPECT_EQ(*log_interface_id<IOperationType>, IID_IOperationType);
+    EXPECT_EQ(*log_interface_id<IOperationList>, IID_IOperationList);
+}
+
+TEST(log_objects, a_name_that_cannot_be_allocated_is_out_of_memory)
+{
+    test_support::scripted_services services;
+    services.memory.fail_after = 1;
+    EXPECT_EQ(error_of([] { (void)operations_of(nullptr, u"T"); }).Error(), E_OUTOFMEMORY);
 }
 
 TEST(log_objects, null_is_an_error_where_it_is_needed)

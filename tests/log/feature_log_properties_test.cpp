@@ -1,9 +1,54 @@
 #include "tests/log/log_support.h"
 
+#include "automation/dual_object.h"
+#include "bridges/log_interface.h"
+
+#include <algorithm>
+
 namespace cw {
 namespace {
 
 using namespace test_support;
+
+/// A feature whose arrays and values the test holds in its hands.
+class held_feature final : public automation::dual_object<held_feature, IFeatureLog> {
+public:
+    static constexpr IID iid = IID_IFeatureLog;
+    static constexpr std::u16string_view name = u"IFeatureLog";
+
+    ~held_feature() override
+    {
+        for (SAFEARRAY* array : arrays)
+            SafeArrayDestroy(array);
+    }
+    HRESULT Name(BSTR*) noexcept override { return E_NOTIMPL; }
+    HRESULT reserved_2() noexcept override { return E_NOTIMPL; }
+    HRESULT ID(BSTR*) noexcept override { return E_NOTIMPL; }
+    HRESULT Parent(IFeatureLog**) noexcept override { return E_NOTIMPL; }
+    HRESULT PropertyValue(VARIANT, VARIANT* result) noexcept override
+    {
+        *result = value;
+        return S_OK;
+    }
+    HRESULT reserved_6() noexcept override { return E_NOTIMPL; }
+    HRESULT SubFeatures(IFeatureLogCollection**) noexcept override { return E_NOTIMPL; }
+    HRESULT Operations(BSTR, IOperationList**) noexcept override { return E_NOTIMPL; }
+    HRESULT reserved_9() noexcept override { return E_NOTIMPL; }
+    HRESULT reserved_10() noexcept override { return E_NOTIMPL; }
+    /// The arrays one after the other, the last for all further calls.
+    HRESULT PropertyNames(SAFEARRAY** names) noexcept override
+    {
+        *names = arrays.at(std::min(calls, arrays.size() - 1));
+        ++calls;
+        return S_OK;
+    }
+
+    void add_names(ULONG count) { arrays.push_back(SafeArrayCreateVector(VT_BSTR, 0, count)); }
+
+    std::vector<SAFEARRAY*> arrays;
+    std::size_t calls = 0;
+    VARIANT value{}; // owns nothing
+};
 
 class feature_log_properties : public log_view_test {
 protected:
@@ -136,6 +181,80 @@ TEST_F(feature_log_properties, the_lock_is_given_back)
         ASSERT_NE(names, nullptr);
         EXPECT_EQ(names->cLocks, 0u) << properties;
     }
+}
+
+TEST_F(feature_log_properties, the_lock_goes_back_through_the_array_named_last)
+{
+    const auto feature = automation::make_object<held_feature>();
+    for (const ULONG count : {2u, 1u, 1u, 3u})
+        feature->add_names(count);
+    feature->value.vt = VT_I4;
+    feature->value.lVal = 1;
+    SafeArrayLock(feature->arrays[3]);
+    program.open_log(R"({"root": {"Name": "Main"}})");
+    const HTREEITEM item = item_at(frame(), "log.clg/Main");
+    frame_access::nodes(frame())[item].object = automation::com_ptr<IDispatch>(feature.get());
+    frame().ShowFeatureLogProperties(item);
+    // One row: the second array, which is asked for its size, has one name.
+    EXPECT_EQ(rows_of(frame()), lines{" | 1"});
+    EXPECT_EQ(feature->arrays[0]->cLocks, 1u);
+    EXPECT_EQ(feature->arrays[3]->cLocks, 0u);
+    EXPECT_EQ(feature->calls, 4u);
+    SafeArrayUnlock(feature->arrays[0]);
+    frame_access::nodes(frame()).clear();
+}
+
+TEST_F(feature_log_properties, a_text_at_a_place_that_looks_like_a_state_is_one)
+{
+    // Texts of this platform never lie there, so the value refers to one that is put there.
+    struct alignas(65536) placed {
+        BSTR text;
+        BSTR elsewhere;
+    };
+    static placed at_zero;
+    const automation::bstr text(u"Vendor");
+    at_zero.text = text.get();
+    const auto feature = automation::make_object<held_feature>();
+    feature->add_names(1);
+    feature->value.vt = VT_BSTR | VT_BYREF;
+    feature->value.byref = &at_zero;
+    program.open_log(R"({"root": {"Name": "Main"}})");
+    const HTREEITEM item = item_at(frame(), "log.clg/Main");
+    frame_access::nodes(frame())[item].object = automation::com_ptr<IDispatch>(feature.get());
+    frame().ShowFeatureLogProperties(item);
+    EXPECT_EQ(rows_of(frame()), lines{" | Not Installed"});
+    at_zero.elsewhere = text.get();
+    feature->value.byref = &at_zero.elsewhere;
+    feature->calls = 0;
+    frame().ShowFeatureLogProperties(item);
+    EXPECT_EQ(rows_of(frame()), lines{" | Vendor"});
+    frame_access::nodes(frame()).clear();
+}
+
+TEST_F(feature_log_properties, elements_count_from_the_first_whatever_the_lower_bound_is)
+{
+    EXPECT_EQ(rows_from(R"([["T", {"vt": "VT_ARRAY|VT_BSTR", "lower": 3, "value": ["x", "y"]}],
+                            ["V", {"vt": "VT_ARRAY|VT_BSTR", "lower": -2, "value": ["1", "2"]}]])"),
+              (lines{"x | 1", "y | 2"}));
+}
+
+TEST_F(feature_log_properties, a_name_that_cannot_be_allocated_is_out_of_memory)
+{
+    open_feature(R"("properties": [["P", "1"]])");
+    const HTREEITEM item = item_at(frame(), "log.clg/Main/Sub");
+    scripted_text_memory memory;
+    platform::services set = platform::current();
+    set.memory = &memory;
+    const platform::scoped_services in_use(set);
+    // Labels of columns come first.
+    lines codes;
+    for (int allocation = 1; allocation < 20 && !std::ranges::count(codes, "0x8007000E"); ++allocation) {
+        memory.fail_after = allocation;
+        frame().Guard([&] { frame().ShowFeatureLogProperties(item); });
+        codes = take_error_codes();
+    }
+    EXPECT_EQ(codes, lines{"0x8007000E"});
+    EXPECT_EQ(rows_of(frame()), lines{});
 }
 
 TEST_F(feature_log_properties, a_value_that_fails_leaves_the_rows_so_far)

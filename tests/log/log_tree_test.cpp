@@ -153,6 +153,13 @@ TEST_F(log_tree, empty_lists_give_no_group)
     EXPECT_EQ(tree_of(frame()), "log.clg\n  Main\n    A\n      A1\n");
 }
 
+TEST_F(log_tree, any_negative_position_is_an_empty_list_and_no_other)
+{
+    EXPECT_EQ(groups_of(R"("A", "B", "C", "D")", R"("A": {"items": [[]], "First": -5}, "B": {"items": [], "First": 0},
+        "C": {"items": [[]], "First": 7}, "D": {"items": [[]], "First": -2147483648})"),
+              "      B (15; 0, 0)\n      C (15; 0, 0)\n");
+}
+
 TEST_F(log_tree, group_nodes_hold_the_feature)
 {
     open_feature(R"("operations": {"OPTYPE_FILE": [[]]})");
@@ -279,6 +286,9 @@ INSTANTIATE_TEST_SUITE_P(
         failing_member{R"({"types": ["X", "Y"], "root": {"Name": "M", "features": [{"Name": "A",
                            "operations": {"X": [[]], "Y": {"fail": "0x80004005"}}}]}})",
                        "0x80004005", "log.clg\n  M\n    A\n      X\n"},
+        failing_member{R"({"types": ["X"], "root": {"Name": "M", "features": [{"Name": "A",
+                           "operations": {"X": {"items": [], "First": {"fail": "0x80004005"}}}}]}})",
+                       "0x80004005", "log.clg\n  M\n    A\n"},
         failing_member{R"({"types": ["X"], "root": {"Name": "M", "features": [{"Name": "A",
                            "operations": {"X": null}}]}})",
                        "0x80004003", "log.clg\n  M\n    A\n"}));

@@ -2,8 +2,20 @@
 
 #include "foundation/string_table.h"
 
+#include <algorithm>
+
 namespace cw {
 namespace {
+
+/// A table in which the two truth words are translated.
+int translated_words(std::uint32_t id, char16_t* target, int room_in_code_units) noexcept
+{
+    const std::u16string_view word = id == 155 ? u"wahr" : id == 156 ? u"falsch" : u"";
+    if (word.empty())
+        return load_string(id, target, room_in_code_units);
+    target[word.copy(target, static_cast<std::size_t>(room_in_code_units) - 1)] = 0;
+    return static_cast<int>(word.size());
+}
 
 using namespace test_support;
 
@@ -177,6 +189,55 @@ TEST_F(operation_rows, the_wide_side_is_told_by_its_whole_name_in_any_case)
                                        "a |  |  |  |  | True | True | True | 1"}));
 }
 
+TEST_F(operation_rows, truth_words_of_files_are_not_translated_and_others_are)
+{
+    set_string_loader(&translated_words);
+    EXPECT_EQ(file_rows(R"([["p", "f", true, false, true, false], ["p", "d", false, true, true, true]])"),
+              (lines{"p | f | True | False | True | False | -", "p | d | False | True | - | - | True"}));
+    EXPECT_EQ(rows_from("OPTYPE_FILEREG", "Self-Registration Operations", R"([["p", "f", true], ["p", "g", false]])"),
+              (lines{"p | f | True", "p | g | False"}));
+    EXPECT_EQ(registry_rows(R"([["k", "v", "", 3, true, false, true], ["k", "", "", 3, false, true, false]])"),
+              (lines{"k | v |  |  | wahr |  | falsch | wahr | ", "k |  |  |  |  | falsch | wahr | falsch | "}));
+    EXPECT_EQ(registry64_rows(R"([["k", "v", "", 3, true, false, true, 1]])"),
+              lines{"k | v |  |  | wahr |  | falsch | wahr | 1"});
+    EXPECT_EQ(rows_from("OPTYPE_INI", "INI File Operations", R"([["p", "s", "k", "v", true, false]])"),
+              lines{"p | s | k | v | wahr | falsch"});
+    EXPECT_EQ(rows_from("OPTYPE_SHELL", "Explorer Shell Operations", R"([["f", "s", true, false]])"),
+              lines{"f | s | wahr | falsch"});
+    EXPECT_EQ(dotnet_rows(R"([["p", "f", 1, true, false]])"), lines{"p | f | 1 | wahr | falsch"});
+    set_string_loader(nullptr);
+}
+
+TEST_F(operation_rows, elements_count_from_the_first_whatever_the_lower_bound_is)
+{
+    EXPECT_EQ(rows_from("OPTYPE_FILEREG", "Self-Registration Operations",
+                        R"([{"vt": "VT_ARRAY|VT_VARIANT", "lower": 5, "value": ["p", "f", true]},
+                            {"vt": "VT_ARRAY|VT_VARIANT", "lower": -1, "value": ["q", "g", false]}])"),
+              (lines{"p | f | True", "q | g | False"}));
+}
+
+TEST_F(operation_rows, rows_so_far_stay_where_the_count_fails)
+{
+    EXPECT_EQ(file_rows(R"({"items": [["a"], ["b"]], "counts": [2, {"fail": "0x80004005"}]})"),
+              lines{"a |  | False | False | False | False | -"});
+    EXPECT_EQ(take_error_codes(), lines{"0x80004005"});
+}
+
+TEST_F(operation_rows, a_name_that_cannot_be_allocated_is_never_silent)
+{
+    open_feature(R"("operations": {"OPTYPE_REGISTRY": [["k", "", "", 3, true, true, true]]})", R"("OPTYPE_REGISTRY")");
+    const HTREEITEM node = item_at(frame(), "log.clg/Main/Sub/Registry Operations");
+    frame().SetListColumns(NODEKIND_LOG_REGISTRY);
+    scripted_text_memory memory;
+    platform::services set = platform::current();
+    set.memory = &memory;
+    const platform::scoped_services in_use(set);
+    memory.fail_after = 1;
+    frame().Guard([&] { frame().ShowRegistryOperations(log_operation_type::registry, node); });
+    EXPECT_EQ(take_error_codes(), lines{"0x8007000E"});
+    EXPECT_EQ(rows_of(frame()), lines{});
+}
+
 TEST_F(operation_rows, ini_files)
 {
     EXPECT_EQ(rows_from("OPTYPE_INI", "INI File Operations",
@@ -348,7 +409,6 @@ TEST_F(operation_rows, a_node_of_another_library_has_no_operations)
     open_feature(R"("operations": {"OPTYPE_FILE": [[]]})");
     const HTREEITEM node = item_at(frame(), "log.clg/Main/Sub/File Operations");
     put_marked_row(frame());
-    frame_access::nodes(frame())[node].object = frame().NavNodes().at(node).object;
     frame_access::nodes(frame())[node].object = automation::com_ptr<IDispatch>(frame_access::log_loader(frame()).get());
     frame().Guard([&] { frame().Tree().SelectItem(node); });
     EXPECT_EQ(take_error_codes(), lines{"0x80004003"});
