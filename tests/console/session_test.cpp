@@ -455,6 +455,66 @@ TEST_F(session_lines, a_log_opens_without_a_tree_of_its_own_features)
     EXPECT_EQ(ask("enabled 32803")["enabled"], true);
 }
 
+TEST_F(session_lines, a_log_is_driven_as_a_media_is)
+{
+    libraries.add_fixture_logs();
+    const std::string path = write(R"({"types": ["OPTYPE_FILE", "OPTYPE_REGISTRY64", "MY_TYPE"],
+        "root": {"Name": "Main", "properties": [["State", 2], ["Titles", {"array": ["Vendor"]}],
+                                                ["Values", {"array": ["Me"]}]],
+            "features": [{"Name": "Desktop", "operations": {
+                "OPTYPE_FILE": [["b", "1", true, false, false, false], ["a", "2", false, true, false, true]],
+                "OPTYPE_REGISTRY64": [["k", 7, "", 1, true, false, false, 256]], "MY_TYPE": [["x"]],
+                "OPTYPE_GENERAL": [["op", {"vt": "VT_BSTR", "value": null}], {"fail": "0x80004005"}]}}]}})",
+                                   "setup.clg");
+    EXPECT_EQ(ask("open " + path), json({{"ok", true}, {"result", true}}));
+    EXPECT_EQ(answers("tree"),
+              R"~({"ok":true,"tree":[{"text":"setup.clg","kind":null,"images":null,"expanded":false,"children":[)~"
+              R"~({"text":"Main","kind":9,"images":[1,2],"expanded":false,"children":[)~"
+              R"~({"text":"Desktop","kind":9,"images":[14,14],"expanded":false,"children":[)~"
+              R"~({"text":"File Operations","kind":10,"images":[3,3],"expanded":false,"children":[]},)~"
+              R"~({"text":"Registry Operations","kind":12,"images":[1,2],"expanded":false,"children":[]},)~"
+              R"~({"text":"MY_TYPE","kind":15,"images":[0,0],"expanded":false,"children":[]}]}]}]}]})~"
+              "\n");
+    expect_ok("select 0/0");
+    EXPECT_EQ(answers("list"),
+              R"~({"ok":true,"columns":[{"label":"Property","width":150},{"label":"Value","width":400}],)~"
+              R"~("rows":[{"cells":["Vendor","Me"],"image":null},)~"
+              R"~({"cells":["State","Installed"],"image":null}],"row":null})~"
+              "\n");
+    expect_ok("select 0/0/0/0");
+    EXPECT_EQ(first_cells(), "b a ");
+    expect_ok("header 0");
+    EXPECT_EQ(first_cells(), "a b ");
+    expect_ok("row 0");
+    EXPECT_EQ(ask("enabled 32803")["enabled"], true);
+    expect_ok("command 32803");
+    const json state = ask("state");
+    EXPECT_EQ(state["clipboard"], "a\t2\tFalse\tTrue\t-\t-\tTrue");
+    EXPECT_EQ(state["selection"], "0/0/0/0");
+    EXPECT_EQ(state["list_images"], "spacer");
+    EXPECT_EQ(state["status"], "");
+    EXPECT_EQ(state["recent"][0]["path"], path);
+    EXPECT_EQ(ask("enabled 32772")["enabled"], false);
+    expect_ok("select 0/0/0/1");
+    EXPECT_EQ(ask("list")["rows"][0]["cells"],
+              json({"k", "7", "", "HKEY_CURRENT_USER", "True", "", "False", "False", "256"}));
+    // What was done before the error still stands.
+    EXPECT_TRUE(refused("select 0/0/0/2").starts_with("unhandled: 0x80004005"));
+    EXPECT_EQ(ask("list")["rows"], json::parse(R"([{"cells": ["op", ""], "image": null}])"));
+    EXPECT_EQ(ask("state")["selection"], "0/0/0/2");
+}
+
+TEST_F(session_lines, a_log_whose_tree_fails_half_way_keeps_that_half)
+{
+    libraries.add_fixture_logs();
+    const std::string path = write(
+        R"({"root": {"Name": "Main", "features": [{"Name": "A"}, {"Name": {"fail": "0x8007000E"}}]}})", "setup.clg");
+    EXPECT_TRUE(refused("open " + path).starts_with("unhandled: 0x8007000E"));
+    const json tree = ask("tree")["tree"];
+    EXPECT_EQ(tree[0]["children"][0]["children"].size(), 1u);
+    EXPECT_EQ(tree[0]["children"][0]["children"][0]["text"], "A");
+}
+
 /// The same in words.
 class session_words : public session_lines {
 protected:

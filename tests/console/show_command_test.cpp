@@ -44,6 +44,18 @@ TEST_F(show_command, prints_the_list_of_an_item)
     EXPECT_NE(ran.out.find("\n中文.txt  100   0 "), std::string::npos) << ran.out;
 }
 
+TEST_F(show_command, prints_the_list_of_a_log)
+{
+    const std::string path = write(R"({"types": ["OPTYPE_SHELL"], "root": {"Name": "Main", "features": [
+        {"Name": "A", "operations": {"OPTYPE_SHELL": [["Programs", "Tour", true, false]]}}]}})",
+                                   "setup.clg");
+    const outcome ran = run_program({"show", path, "--at", "0/0/0/0", "--json"});
+    EXPECT_EQ(ran.status, 0) << ran.error;
+    const json list = json::parse(ran.out);
+    EXPECT_EQ(list["columns"][0], json({{"label", "Folder Name"}, {"width", 400}}));
+    EXPECT_EQ(list["rows"], json::parse(R"([{"cells": ["Programs", "Tour", "True", "False"], "image": null}])"));
+}
+
 TEST_F(show_command, json_is_an_object_of_columns_and_rows)
 {
     EXPECT_EQ(shown({"--at", "4/0/3/0"}), json::parse(R"~({

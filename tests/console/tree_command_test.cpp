@@ -184,6 +184,28 @@ TEST_F(tree_command, tells_of_a_log_that_cannot_be_read)
     EXPECT_EQ(run_program({"tree", path, "--view", "Components", "--expert"}).out, "setup.clg\n");
 }
 
+TEST_F(tree_command, prints_a_log)
+{
+    const std::string path = write(R"({"types": ["OPTYPE_INI"], "root": {"Name": "Main", "features": [
+        {"Name": "A", "operations": {"OPTYPE_INI": [[]]}}]}})",
+                                   "setup.clg");
+    EXPECT_EQ(run_program({"tree", path}).out, "setup.clg\n  Main\n    A\n      INI File Operations\n");
+    const json printed = json::parse(run_program({"tree", path, "--json"}).out);
+    EXPECT_EQ(printed[0]["kind"], nullptr);
+    EXPECT_EQ(printed[0]["children"][0]["children"][0]["children"][0],
+              json::parse(R"({"text": "INI File Operations", "kind": 13, "images": [3, 3], "expanded": false,
+                              "children": []})"));
+}
+
+TEST_F(tree_command, tells_the_words_of_the_logs_reader)
+{
+    const outcome ran = run_program({"tree", write("no log", "setup.clg")}, {}, {}, real_program);
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.out, "setup.clg\n");
+    EXPECT_NE(ran.error.find("is not an installation log"), std::string::npos) << ran.error;
+    EXPECT_TRUE(is_one_line(ran.error)) << ran.error;
+}
+
 TEST_F(tree_command, refuses_wrong_usage)
 {
     for (const std::vector<std::string>& arguments : {std::vector<std::string>{"tree"},

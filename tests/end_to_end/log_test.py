@@ -1,6 +1,7 @@
 """Installation logs: recorded, read, told by the companion and shown in a real window."""
 import json
 import os
+import resource
 import shutil
 import sqlite3
 import subprocess
@@ -30,6 +31,8 @@ LINES = [
     {"operation": "OPTYPE_GENERAL", "feature": "PIERS", "record": ["Ring", "the bell"]},
 ]
 
+MEMORY_LIMIT_BYTES = 700 << 20
+
 TREE = """ferry.clg
   Ferry Timetable
     Piers
@@ -50,6 +53,12 @@ def rows_of(path, at):
     if result.returncode:
         raise AssertionError(result.stderr)
     return [row["cells"] for row in json.loads(result.stdout)["rows"]]
+
+
+def limited():
+    """In a child before it becomes a program: little memory."""
+    if "asan" not in os.environ["CW_BUILD_DIR"]:
+        resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT_BYTES, MEMORY_LIMIT_BYTES))
 
 
 class Companion(FolderTest):
@@ -125,10 +134,13 @@ class Companion(FolderTest):
         for folder in (self.folder, self.read_only_copy()):
             with self.subTest(folder=folder):
                 log = folder / "killed.clg"
-                before = log.read_bytes()
+                files = [log, log.with_name("killed.clg-wal")]
+                before = [file.read_bytes() for file in files]
+                names = sorted(file.name for file in folder.iterdir())
                 self.assertEqual(run(CWCAB, "tree", log).stdout, TREE.replace("ferry", "killed"))
                 self.assertEqual(len(rows_of(log, "0/0/0/0")), 3)
-                self.assertEqual(log.read_bytes(), before)
+                self.assertEqual([file.read_bytes() for file in files], before)
+                self.assertEqual(sorted(file.name for file in folder.iterdir()), names)
 
     def read_only_copy(self):
         """What a copy on a disc is: the log and its write-ahead file, and nothing that can be written."""
@@ -154,6 +166,73 @@ class Companion(FolderTest):
         names = {line.strip().split(":")[0] for line in listed.splitlines()}
         self.assertEqual({name.split(":")[0] for name in installed} - names, set())
         self.assertIn("File Operations", listed)
+
+
+class Sample(unittest.TestCase):
+    """The sample log has something of everything that a log can tell."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.tree = json.loads(run(CWCAB, "tree", SAMPLE_LOG, "--json").stdout)
+
+    def nodes(self, kind):
+        """Index paths and nodes of a kind."""
+        found = []
+
+        def walk(nodes, at):
+            for index, node in enumerate(nodes):
+                path = [*at, str(index)]
+                if node["kind"] == kind:
+                    found.append(("/".join(path), node))
+                walk(node["children"], path)
+        walk(self.tree, [])
+        return found
+
+    def lists(self, kind):
+        return [rows_of(SAMPLE_LOG, path) for path, _ in self.nodes(kind)]
+
+    def test_features_of_several_levels(self):
+        features = self.nodes(9)
+        self.assertGreaterEqual(max(path.count("/") for path, _ in features), 3)
+        names = [node["text"] for _, node in features]
+        for name in ("The Tour", "Русский", "中文"):
+            self.assertIn(name, names)
+        lists = [rows_of(SAMPLE_LOG, path) for path, _ in features]
+        self.assertIn([["State", "Not Installed"]], lists)
+        self.assertTrue(any(["State", "Installed"] in rows for rows in lists))
+        # Titles with more than one array of values.
+        self.assertTrue(any(len(rows) > len({title for title, _ in rows}) for rows in lists))
+
+    def test_operations_of_every_type(self):
+        for kind in (10, 11, 12, 13, 14, 15, 16):
+            self.assertTrue(any(len(rows) > 1 for rows in self.lists(kind)), kind)
+        labels = [node["text"] for kind in (10, 15) for _, node in self.nodes(kind)]
+        self.assertIn("Progman Operations", labels)
+        self.assertIn("OPTYPE_GENERAL", labels)
+        self.assertTrue([label for label in labels if label.startswith("OPTYPE_") and label != "OPTYPE_GENERAL"])
+
+    def test_files_and_directories(self):
+        rows = [row for rows in self.lists(10) for row in rows]
+        self.assertEqual({row[3] for row in rows}, {"True", "False"})
+        self.assertEqual({row[5] for row in rows}, {"True", "False", "-"})
+        self.assertEqual({row[6] for row in rows}, {"True", "False", "-"})
+
+    def test_both_sides_of_the_registry(self):
+        lists = self.lists(12)
+        wide = [[bool(row[8]) for row in rows] for rows in lists]
+        self.assertTrue(any(True in rows and False in rows for rows in wide))
+        self.assertTrue(any(True not in rows for rows in wide))
+        rows = [row for rows in lists for row in rows]
+        self.assertEqual({row[3] for row in rows} - {""},
+                         {"HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE", "HKEY_PERFORMANCE_DATA",
+                          "HKEY_CURRENT_CONFIG", "HKEY_DYN_DATA"})
+        self.assertTrue([row for row in rows if row[1] and row[4]])
+        self.assertTrue([row for row in rows if not row[1] and row[5]])
+        self.assertTrue([row for row in rows if row[1].isdigit()])
+
+    def test_assembly_types_up_to_their_limits(self):
+        types = {row[2] for rows in self.lists(16) for row in rows}
+        self.assertLessEqual({"-1", "9999"}, types)
 
 
 class BadLogs(FolderTest):
@@ -215,6 +294,21 @@ class BadLogs(FolderTest):
         self.addCleanup(database.close)
         database.execute("BEGIN EXCLUSIVE")
         self.assert_refused(log, "locked")
+
+    def test_millions_of_operations_take_little_memory(self):
+        log = self.sample()
+        with sqlite3.connect(log) as database:
+            database.execute("DELETE FROM file_operation")
+            database.execute(
+                "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 1999999) "
+                "INSERT INTO file_operation SELECT 2, i, '/opt/ferry', 'f' || i, 0, 0, 0, 0 FROM n")
+        tree = run(CWCAB, "tree", log, timeout=20, preexec_fn=limited)
+        self.assertEqual((tree.returncode, tree.stderr), (0, ""))
+        session = run(CWCAB, "session", "--json", preexec_fn=limited,
+                      input=f"open {log}\nselect 0/0/0/0\nrow 1999999\nstate\n")
+        answers = [json.loads(line) for line in session.stdout.splitlines()]
+        self.assertEqual(answers[1], {"ok": True})
+        self.assertEqual(answers[3]["row"], 1999999)
 
     def test_cycle(self):
         log = self.sample()

@@ -322,6 +322,18 @@ TEST_F(logkit_recording, an_index_of_no_use_is_done_without)
     }
 }
 
+TEST_F(logkit_recording, changes_that_were_never_written_are_not_waited_for)
+{
+    const std::string path = written_ahead(true);
+    const std::string changes = m_folder.read("setup.clg-wal");
+    for (const std::string& left : {changes.substr(0, 32), std::string(32, '\0'), std::string(changes.size(), '\0')}) {
+        m_folder.write("setup.clg-wal", left);
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(records(open_main(path).get(), log_operation_type::general).size(), 100u);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    }
+}
+
 TEST_F(logkit_recording, damaged_changes_do_no_harm)
 {
     const std::string path = written_ahead(false);
