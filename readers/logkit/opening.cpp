@@ -154,10 +154,35 @@ log_handle open_undone(const std::string& path)
     }
 }
 
+/// Whether anything can follow what the file of pending changes begins with.
+bool has_changes(const std::string& path)
+{
+    constexpr std::size_t prefix_size_in_bytes = 32;
+    constexpr std::string_view magic("\x37\x7F\x06", 3); // and the order of bytes of its sums
+    std::array<char, prefix_size_in_bytes + 1> begin{};
+    std::ifstream file(path, std::ios::binary);
+    return file.read(begin.data(), begin.size()) && std::string_view(begin.data(), begin.size()).starts_with(magic);
+}
+
+/// A recorder that was killed before its first change, or with the machine, leaves a file of changes that
+/// has none, and the database library waits long for somebody to fill it if there is an index. One at work
+/// has written its first change after a moment.
+bool waits_in_vain(const std::string& path)
+{
+    constexpr int most_looks = 20;
+    constexpr useconds_t pause_in_microseconds = 10'000;
+    for (int looks = 0; looks < most_looks; ++looks) {
+        if (!is_file(path) || storage::stamp_of(path).size_in_bytes == 0 || has_changes(path))
+            return false;
+        ::usleep(pause_in_microseconds);
+    }
+    return true;
+}
+
 /// A log beside which its recorder keeps changes that are not yet brought in.
 log_handle open_with_pending_changes(const std::string& path, const storage::file_look& file)
 {
-    if (is_file(path + pending_index)) {
+    if (is_file(path + pending_index) && !waits_in_vain(path + pending_changes)) {
         try {
             return open_as(path, file_use::shared);
         } catch (const log_failure& failure) {
