@@ -92,6 +92,8 @@ void log_store::read_types()
     storage::typed_row query(*m_source, "operation_type", "SELECT id, name FROM operation_type ORDER BY id");
     while (query.step())
         m_types.push_back({query.integer(0), storage::to_utf16(query.any_text(1))});
+    for (const stored_type& type : m_types)
+        m_typeIds.emplace(type.name, type.id);
 }
 
 void log_store::read_lists()
@@ -112,10 +114,8 @@ void log_store::check_identity()
 
 std::optional<std::int64_t> log_store::type_id(std::u16string_view name) const noexcept
 {
-    for (const stored_type& type : m_types)
-        if (type.name == name)
-            return type.id;
-    return {};
+    const auto found = m_typeIds.find(name);
+    return found != m_typeIds.end() ? std::optional(found->second) : std::nullopt;
 }
 
 bool log_store::tells_of_operations(std::int64_t feature, std::int64_t type) const noexcept

@@ -11,6 +11,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -95,8 +97,9 @@ private:
     std::vector<stored_feature> m_features;
     std::size_t m_mainFeature = 0;
     std::vector<stored_type> m_types;
-    std::vector<std::pair<std::int64_t, std::int64_t>> m_lists; // features and types, in their order
-    std::vector<IFeatureLog*> m_objects;                        // of the features, null where there is none
+    std::unordered_map<std::u16string_view, std::int64_t> m_typeIds; // by the names in `m_types`
+    std::vector<std::pair<std::int64_t, std::int64_t>> m_lists;      // features and types, in their order
+    std::vector<IFeatureLog*> m_objects;                             // of the features, null where there is none
     std::vector<com_ptr<IFeatureLog>> m_kept;
     bool m_keepsFeatures = false;
 };
