@@ -253,7 +253,7 @@ private:
 dpkg_import_result import_dpkg(const fs::path& root, const fs::path& log, bool replace)
 {
     std::error_code code;
-    const fs::path target = fs::absolute(log);
+    const fs::path target = fs::absolute(log, code);
     if (target.filename().empty() || !fs::is_directory(target.parent_path(), code))
         throw error(log.string() + ": there is no such folder");
     if (!replace && fs::exists(fs::symlink_status(target, code)))

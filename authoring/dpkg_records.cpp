@@ -5,13 +5,16 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdint>
-#include <fstream>
-#include <memory>
+#include <fcntl.h>
+#include <new>
 #include <optional>
 #include <set>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 #include <zlib.h>
 
@@ -42,7 +45,26 @@ std::string well_formed(std::string text)
 /// The lines of a file, plain or packed. The last one need not end.
 class line_reader {
 public:
-    explicit line_reader(const fs::path& path) : m_path(path), m_file(::gzopen(path.c_str(), "rbe")) {}
+    /// Throws `error` for what is there and no file, or may not be read.
+    explicit line_reader(const fs::path& path) : m_path(path)
+    {
+        // A pipe would be waited for.
+        const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+        if (descriptor < 0) {
+            if (errno == ENOENT || errno == ENOTDIR)
+                return;
+            throw error(path.string() + ": the file cannot be read: " + std::generic_category().message(errno));
+        }
+        struct stat found {};
+        const bool is_file = ::fstat(descriptor, &found) == 0 && S_ISREG(found.st_mode);
+        m_file = is_file ? ::gzdopen(descriptor, "rb") : nullptr;
+        if (m_file != nullptr)
+            return;
+        ::close(descriptor);
+        if (is_file)
+            throw std::bad_alloc();
+        throw error(path.string() + ": that is no file");
+    }
     ~line_reader()
     {
         if (m_file != nullptr)
@@ -85,7 +107,7 @@ private:
     }
 
     fs::path m_path;
-    gzFile m_file;
+    gzFile m_file = nullptr;
     std::string m_text;
     std::size_t m_place = 0;
 };
@@ -282,7 +304,7 @@ void for_each_dpkg_action(const fs::path& root, const std::function<void(const d
 std::string read_setting(const fs::path& file, std::string_view key)
 {
     std::error_code code;
-    if (!fs::is_regular_file(file, code))
+    if (!fs::is_regular_file(file, code) || ::access(file.c_str(), R_OK) != 0)
         return {};
     line_reader lines(file);
     if (!lines.is_open())

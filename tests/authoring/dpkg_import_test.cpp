@@ -146,6 +146,8 @@ TEST_F(dpkg_import_test, what_goes_wrong_leaves_nothing)
     log = target.path() / "no" / "a.clg";
     EXPECT_NE(failure().find("there is no such folder"), std::string::npos);
     EXPECT_TRUE(names_in(target.path()).empty());
+    log.clear();
+    EXPECT_NE(failure().find("there is no such folder"), std::string::npos);
 }
 
 } // namespace

@@ -2,7 +2,9 @@
 
 #include "tests/authoring/authoring_support.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <zlib.h>
 
 namespace {
@@ -133,6 +135,35 @@ TEST_F(dpkg_records, a_damaged_part_of_the_diary_is_an_error)
     const std::string whole = cw::test::read_file(root / "var/log/dpkg.log.1.gz");
     write_file(root / "var/log/dpkg.log.1.gz", whole.substr(0, whole.size() / 2));
     EXPECT_NE(error_of([&] { (void)actions(); }).find("dpkg.log.1.gz"), std::string::npos);
+}
+
+TEST_F(dpkg_records, what_is_no_file_is_not_waited_for)
+{
+    const auto put_pipe = [this](const char* name) {
+        std::filesystem::create_directories((root / name).parent_path());
+        ASSERT_EQ(::mkfifo((root / name).c_str(), 0600), 0);
+    };
+    put_pipe("var/lib/dpkg/status");
+    EXPECT_NE(failure().find("status: that is no file"), std::string::npos);
+    put_pipe("var/lib/dpkg/info/a.list");
+    dpkg_package package;
+    package.name = "a";
+    const auto list = [&] { (void)read_dpkg_file_list(root.path(), package); };
+    EXPECT_NE(error_of(list).find("a.list: that is no file"), std::string::npos);
+    put_pipe("var/log/dpkg.log");
+    EXPECT_NE(error_of([&] { (void)actions(); }).find("dpkg.log: that is no file"), std::string::npos);
+    put_pipe("etc/os-release");
+    EXPECT_EQ(read_setting(root / "etc/os-release", "PRETTY_NAME"), "");
+}
+
+TEST_F(dpkg_records, a_list_that_cannot_be_read_is_not_an_empty_one)
+{
+    dpkg_package package;
+    package.name = "a";
+    std::filesystem::create_directories(root / "var/lib/dpkg/info");
+    std::filesystem::create_symlink("a.list", root / "var/lib/dpkg/info/a.list");
+    const auto list = [&] { (void)read_dpkg_file_list(root.path(), package); };
+    EXPECT_NE(error_of(list).find("a.list: the file cannot be read"), std::string::npos);
 }
 
 TEST_F(dpkg_records, settings_are_read_from_the_first_section)
