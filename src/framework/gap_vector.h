@@ -4,53 +4,53 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
+#include <type_traits>
 #include <utility>
-#include <vector>
 
 namespace cw {
 
-/// `T` is copied and moved freely and has a default value.
 template <class T>
+requires std::is_trivially_copyable_v<T>
 class gap_vector {
 public:
-    gap_vector() = default;
-    /// The elements in their order, without spare room but what `elements` has.
-    explicit gap_vector(std::vector<T> elements) noexcept : m_storage(std::move(elements)), m_gapStart(m_storage.size())
+    gap_vector() noexcept = default;
+    gap_vector(gap_vector&& other) noexcept { swap(other); }
+    gap_vector& operator=(gap_vector other) noexcept
     {
+        swap(other);
+        return *this;
     }
 
-    [[nodiscard]] std::size_t size() const noexcept { return m_storage.size() - m_gapLength; }
+    [[nodiscard]] std::size_t size() const noexcept { return m_capacity - m_gapLength; }
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }
     [[nodiscard]] T& operator[](std::size_t index) noexcept { return m_storage[place_of(index)]; }
     [[nodiscard]] const T& operator[](std::size_t index) const noexcept { return m_storage[place_of(index)]; }
 
-    /// Makes room for `added` more elements. Grown by a quarter at a time, so that storage stays close to
-    /// what it holds; inserting in one place is still constant time on average.
-    void make_room(std::size_t added)
+    /// Makes room for `added` more elements and no more, where many are to come.
+    void reserve(std::size_t added)
     {
-        constexpr std::size_t smallest_growth = 16;
-        if (added <= m_gapLength)
-            return;
-        const std::size_t used = size();
-        std::vector<T> grown(std::max(used + added, m_storage.size() + m_storage.size() / 4 + smallest_growth));
-        const auto gap = m_storage.begin() + static_cast<std::ptrdiff_t>(m_gapStart);
-        std::copy(m_storage.begin(), gap, grown.begin());
-        std::copy_backward(gap + static_cast<std::ptrdiff_t>(m_gapLength), m_storage.end(), grown.end());
-        m_gapLength = grown.size() - used;
-        m_storage = std::move(grown);
+        if (added > m_gapLength)
+            grow(size() + added);
     }
 
-    /// Inserts `count` copies of `value` before the element `index`, which is at most `size()`.
+    /// Inserts `count` copies of `value` before the element `index`, which is at most `size()`. Room
+    /// grows by a quarter at a time, so that storage stays close to what it holds; inserting in one
+    /// place is still constant time on average.
     void insert(std::size_t index, std::size_t count, const T& value)
     {
-        make_room(count);
-        move_gap(index);
-        std::fill_n(m_storage.begin() + static_cast<std::ptrdiff_t>(m_gapStart), count, value);
+        constexpr std::size_t smallest_growth = 16;
+        if (count > m_gapLength)
+            grow(std::max(size() + count, m_capacity + m_capacity / 4 + smallest_growth));
+        if (index != m_gapStart)
+            move_gap(index);
+        std::fill_n(&m_storage[m_gapStart], count, value);
         m_gapStart += count;
         m_gapLength -= count;
     }
+    void push_back(const T& value) { insert(size(), 1, value); }
 
-    [[nodiscard]] std::size_t size_in_bytes() const noexcept { return m_storage.capacity() * sizeof(T); }
+    [[nodiscard]] std::size_t size_in_bytes() const noexcept { return m_capacity * sizeof(T); }
 
 private:
     [[nodiscard]] std::size_t place_of(std::size_t index) const noexcept
@@ -58,17 +58,39 @@ private:
         return index < m_gapStart ? index : index + m_gapLength;
     }
 
+    void swap(gap_vector& other) noexcept
+    {
+        std::swap(m_storage, other.m_storage);
+        std::swap(m_capacity, other.m_capacity);
+        std::swap(m_gapStart, other.m_gapStart);
+        std::swap(m_gapLength, other.m_gapLength);
+    }
+
+    void grow(std::size_t capacity)
+    {
+        const std::size_t used = size();
+        // The gap is never read, so nothing need stand there.
+        auto grown = std::make_unique_for_overwrite<T[]>(capacity);
+        std::copy_n(m_storage.get(), m_gapStart, grown.get());
+        std::copy_n(m_storage.get() + m_gapStart + m_gapLength, used - m_gapStart,
+                    grown.get() + capacity - (used - m_gapStart));
+        m_storage = std::move(grown);
+        m_capacity = capacity;
+        m_gapLength = capacity - used;
+    }
+
     void move_gap(std::size_t index)
     {
-        const auto at = [this](std::size_t place) { return m_storage.begin() + static_cast<std::ptrdiff_t>(place); };
+        T* const all = m_storage.get();
         if (index < m_gapStart)
-            std::move_backward(at(index), at(m_gapStart), at(m_gapStart + m_gapLength));
+            std::copy_backward(all + index, all + m_gapStart, all + m_gapStart + m_gapLength);
         else
-            std::move(at(m_gapStart + m_gapLength), at(index + m_gapLength), at(m_gapStart));
+            std::copy(all + m_gapStart + m_gapLength, all + index + m_gapLength, all + m_gapStart);
         m_gapStart = index;
     }
 
-    std::vector<T> m_storage; // elements, the gap, elements
+    std::unique_ptr<T[]> m_storage; // elements, the gap, elements
+    std::size_t m_capacity = 0;
     std::size_t m_gapStart = 0;
     std::size_t m_gapLength = 0;
 };

@@ -85,12 +85,12 @@ void CListCtrl::InsertColumn(std::size_t index, std::u16string_view label, int w
     m_columns.insert(m_columns.begin() + static_cast<std::ptrdiff_t>(index), {std::u16string(label), width_in_pixels});
     if (m_rowCount == 0)
         return;
-    std::vector<cell> widened;
+    gap_vector<cell> widened;
     widened.reserve(m_rowCount * m_columns.size());
     for (std::size_t row = 0; row < m_rowCount; ++row)
         for (std::size_t column = 0; column < m_columns.size(); ++column)
             widened.push_back(column == index ? cell{} : m_cells[row * before + column - (column > index ? 1 : 0)]);
-    m_cells = gap_vector(std::move(widened));
+    m_cells = std::move(widened);
 }
 
 bool CListCtrl::DeleteColumn(std::size_t index)
@@ -100,14 +100,14 @@ bool CListCtrl::DeleteColumn(std::size_t index)
         return false;
     changing();
     m_columns.erase(m_columns.begin() + static_cast<std::ptrdiff_t>(index));
-    std::vector<cell> narrowed;
+    gap_vector<cell> narrowed;
     narrowed.reserve(m_rowCount * m_columns.size());
     for (std::size_t place = 0; place < m_cells.size(); ++place)
         if (place % before == index)
             drop_text(m_cells[place]);
         else
             narrowed.push_back(m_cells[place]);
-    m_cells = gap_vector(std::move(narrowed));
+    m_cells = std::move(narrowed);
     compact();
     return true;
 }
@@ -117,7 +117,7 @@ std::size_t CListCtrl::InsertItem(std::size_t row, std::u16string_view text, std
     changing();
     row = std::min(row, m_rowCount);
     if (image && m_images.empty()) {
-        m_images.make_room(m_rowCount + 1);
+        m_images.reserve(m_rowCount + 1);
         m_images.insert(0, m_rowCount, no_image);
     }
     if (!m_columns.empty()) {
@@ -199,9 +199,9 @@ void CListCtrl::SortItems(const std::function<int(std::size_t, std::size_t)>& co
     std::ranges::stable_sort(order, [&](std::size_t a, std::size_t b) { return compare(a, b) < 0; });
 
     changing();
-    std::vector<cell> cells;
+    gap_vector<cell> cells;
     cells.reserve(m_cells.size());
-    std::vector<std::int32_t> images;
+    gap_vector<std::int32_t> images;
     images.reserve(m_images.size());
     for (const std::size_t row : order) {
         for (std::size_t column = 0; column < m_columns.size(); ++column)
@@ -209,8 +209,8 @@ void CListCtrl::SortItems(const std::function<int(std::size_t, std::size_t)>& co
         if (!m_images.empty())
             images.push_back(m_images[row]);
     }
-    m_cells = gap_vector(std::move(cells));
-    m_images = gap_vector(std::move(images));
+    m_cells = std::move(cells);
+    m_images = std::move(images);
     if (m_selectedRow != no_row)
         m_selectedRow = static_cast<std::size_t>(std::ranges::find(order, m_selectedRow) - order.begin());
 }
