@@ -200,7 +200,12 @@ private:
 
     void add_shortcut(std::string_view feature, const std::string& path)
     {
-        std::string name = read_setting(m_root.string() + path, "Name");
+        std::string name;
+        try {
+            name = read_setting(m_root.string() + path, "Name");
+        } catch (const error&) {
+            // The package manager knows of the file, whatever stands in it.
+        }
         if (name.empty())
             name = path.substr(path.rfind('/') + 1, path.size() - path.rfind('/') - 1 - desktop_ending.size());
         m_recorder.add_operation(shell_type, feature,

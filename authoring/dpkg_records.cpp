@@ -214,7 +214,11 @@ std::vector<fs::path> log_files(const fs::path& root)
 {
     std::vector<std::pair<unsigned, fs::path>> parts; // with their age
     std::error_code code;
-    for (const fs::directory_entry& entry : fs::directory_iterator(root / "var/log", code)) {
+    const fs::path folder = root / "var/log";
+    fs::directory_iterator entries(folder, code);
+    if (code && code != std::errc::no_such_file_or_directory)
+        throw error(folder.string() + ": the folder cannot be read: " + code.message());
+    for (const fs::directory_entry& entry : entries) {
         const std::string name = entry.path().filename().string();
         if (!name.starts_with(log_name))
             continue;

@@ -104,6 +104,7 @@ void feature_object::load_names()
         return;
     std::vector<bstr> names;
     std::unordered_map<std::u16string, std::int64_t> positions;
+    std::optional<std::int64_t> titles;
     const look now(*m_log);
     storage::typed_row& rows = m_log->property_names();
     rows.ask(stored().id);
@@ -113,7 +114,10 @@ void feature_object::load_names()
             rows.contradict(u"the positions have a gap");
         names.push_back(storage::to_bstr(rows.any_text(1)));
         positions.emplace(names.back().view(), position);
+        if (!titles && rows.natural(2, 1) != 0)
+            titles = position;
     }
+    m_titles = titles;
     m_names = make_text_array(names);
     m_positions = std::move(positions);
 }
@@ -137,8 +141,14 @@ variant feature_object::property(const VARIANT& given)
     if (!row.step())
         row.contradict(u"a row is not there");
     const auto type = static_cast<VARTYPE>(row.natural(0, UINT16_MAX));
-    if (type == (VT_ARRAY | VT_BSTR))
-        return text_array(found->second);
+    if (type == (VT_ARRAY | VT_BSTR)) {
+        variant texts = text_array(found->second);
+        // Callers look the title of each value up.
+        if (m_titles && *m_titles != found->second &&
+            texts.parray->rgsabound[0].cElements > text_array(*m_titles).parray->rgsabound[0].cElements)
+            row.contradict(u"an array of values is longer than its titles");
+        return texts;
+    }
     variant value = storage::scalar_value(row, type, 1);
     // The value field of a text tells no state, which a null pointer would.
     if (value.vt == VT_BSTR && !value.bstrVal)

@@ -52,6 +52,7 @@ private:
     std::size_t m_index;
     array_holder m_names;                                         // made at the first need and the same from then on
     std::unordered_map<std::u16string, std::int64_t> m_positions; // of the properties, by their names
+    std::optional<std::int64_t> m_titles;                         // position of the first array among them
 };
 
 class feature_collection final : public automation::dual_object<feature_collection, IFeatureLogCollection> {

@@ -40,7 +40,7 @@ log_store::log_store(std::unique_ptr<storage::database> source)
                  "SELECT operation, position, value_type, value FROM operation_element "
                  "WHERE type = ?1 AND feature = ?2 AND operation >= ?3 ORDER BY operation, position"),
       m_propertyNames(*m_source, "property",
-                      "SELECT position, name FROM property WHERE feature = ?1 ORDER BY position"),
+                      "SELECT position, name, (type & 8192) <> 0 FROM property WHERE feature = ?1 ORDER BY position"),
       m_property(*m_source, "property", "SELECT type, value FROM property WHERE feature = ?1 AND position = ?2"),
       m_propertyElements(*m_source, "property_element",
                          "SELECT position, text FROM property_element "

@@ -63,7 +63,7 @@ public:
 
     /// Elements of records without a column: (type, feature, operation from).
     [[nodiscard]] storage::typed_row& elements() noexcept { return m_elements; }
-    /// Positions and names of a feature's properties: (feature).
+    /// Positions and names of a feature's properties, and whether they are arrays: (feature).
     [[nodiscard]] storage::typed_row& property_names() noexcept { return m_propertyNames; }
     /// A property's type and value: (feature, position).
     [[nodiscard]] storage::typed_row& property() noexcept { return m_property; }

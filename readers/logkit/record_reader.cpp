@@ -130,6 +130,8 @@ LONG record_reader::count()
     else
         last.ask(m_feature, *m_type);
     m_count = last.step() ? static_cast<LONG>(last.natural(0, formats::largest_log_position)) + 1 : 0;
+    if (m_count == 0 && m_type && m_log->tells_of_operations(m_feature, *m_type))
+        last.contradict(u"operations that the log tells of are not there");
     return m_count;
 }
 

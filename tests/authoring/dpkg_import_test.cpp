@@ -98,6 +98,13 @@ TEST_F(dpkg_import_test, files_are_told_with_what_is_known_of_them)
               (rows{"Start Menu|The Tour ⚓|0|0", "Start Menu|gone|0|0"}));
 }
 
+TEST_F(dpkg_import_test, a_shortcut_whose_file_cannot_be_made_out_has_the_files_name)
+{
+    write_file(root / "usr/share/applications/tour.desktop", "[Desktop Entry]\nName=" + std::string(2 << 20, 'x'));
+    (void)import();
+    EXPECT_EQ(operations("shortcut", "shell_operation", "tour:amd64"), (rows{"tour", "gone"}));
+}
+
 TEST_F(dpkg_import_test, the_diary_is_told_without_its_small_steps)
 {
     (void)import();

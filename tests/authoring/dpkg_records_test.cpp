@@ -166,6 +166,12 @@ TEST_F(dpkg_records, a_list_that_cannot_be_read_is_not_an_empty_one)
     EXPECT_NE(error_of(list).find("a.list: the file cannot be read"), std::string::npos);
 }
 
+TEST_F(dpkg_records, a_diary_that_cannot_be_read_is_not_an_empty_one)
+{
+    write_file(root / "var/log", "a file in the place of the folder");
+    EXPECT_NE(error_of([&] { (void)actions(); }).find("var/log: the folder cannot be read"), std::string::npos);
+}
+
 TEST_F(dpkg_records, settings_are_read_from_the_first_section)
 {
     write_file(root / "a", "Named=x\n[Desktop Entry]\nName[de]=y\nName = \"The \n# Name=z\n[Other]\nNo=1\n");

@@ -299,5 +299,22 @@ TEST_F(logkit_properties, contradictions_are_told)
     EXPECT_EQ(names, nullptr);
 }
 
+TEST_F(logkit_properties, values_have_their_titles)
+{
+    const feature main = open_main(
+        write_log(plain_log() +
+                  "INSERT INTO property VALUES (1, 0, 'State', 3, 2), (1, 1, 'titles', 8200, NULL),"
+                  "(1, 2, 'few', 8200, NULL), (1, 3, 'many', 8200, NULL), (1, 4, 'none', 8200, NULL);"
+                  "INSERT INTO property_element VALUES (1, 1, 0, 'a'), (1, 1, 1, 'b'), (1, 2, 0, '1'), (1, 2, 1, '2'),"
+                  "(1, 3, 0, '1'), (1, 3, 1, '2'), (1, 3, 2, '3');"));
+    EXPECT_EQ(texts(property(main.get(), u"titles").parray), (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(texts(property(main.get(), u"few").parray), (std::vector<std::string>{"1", "2"}));
+    EXPECT_EQ(texts(property(main.get(), u"none").parray), std::vector<std::string>{});
+    HRESULT result = S_OK;
+    (void)property(main.get(), u"many", &result);
+    EXPECT_EQ(result, failure(31));
+    EXPECT_NE(last_error().find("longer than its titles"), std::string::npos);
+}
+
 } // namespace
 } // namespace cw::logkit_tests
