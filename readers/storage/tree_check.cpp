@@ -1,7 +1,6 @@
 #include "readers/storage/tree_check.h"
 
 #include "readers/storage/text.h"
-#include "readers/storage/typed_row.h"
 
 #include <algorithm>
 #include <vector>
@@ -51,9 +50,14 @@ void check_tree(const database& source, std::span<const tree_row> tree, const st
 void check_tree(database& source, const std::string& table, int deepest_level)
 {
     std::vector<tree_row> tree;
-    typed_row query(source, table, "SELECT parent, position, id FROM " + table + " ORDER BY parent, position");
-    while (query.step())
+    statement query(source, "SELECT parent, position, id, typeof(parent) = 'integer' AND typeof(position) = 'integer' "
+                            "FROM " +
+                                table + " ORDER BY parent, position");
+    while (query.step()) {
+        if (!query.integer(3))
+            source.raise(fault::contradiction, to_utf16("table " + table + ", a place is not a number"));
         tree.push_back({query.integer(0), query.integer(1), query.integer(2)});
+    }
     check_tree(source, tree, table, deepest_level);
 }
 
