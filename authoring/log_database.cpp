@@ -159,6 +159,9 @@ void log_database::start_recording()
     sqlite3_busy_timeout(m_database, patience_ms);
     if (result != SQLITE_OK && result != SQLITE_BUSY && result != SQLITE_LOCKED)
         fail(result);
+    // The journal is made with the first look. A log without one counts as recorded by nobody, and the
+    // first line may be long in coming.
+    run("SELECT 1 FROM sqlite_schema");
 }
 
 void log_database::begin()

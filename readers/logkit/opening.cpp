@@ -12,7 +12,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -29,6 +31,7 @@ using storage::file_use;
 constexpr const char* pending_changes = "-wal";
 constexpr const char* pending_index = "-shm";
 constexpr const char* undo_journal = "-journal";
+constexpr useconds_t moment_in_microseconds = 10'000;
 
 [[noreturn]] void refuse(const std::string& path, std::u16string_view what)
 {
@@ -124,6 +127,15 @@ void check_journal(const std::string& journal, const std::string& path)
         throw log_failure(error_number::unfinished, path, u"the change concerns other files too");
 }
 
+/// What a recorder changes when it begins or ends: the file and all that it has beside it.
+using recording_state = std::array<storage::file_stamp, 4>;
+
+recording_state state_of(const std::string& path)
+{
+    return {storage::stamp_of(path), storage::stamp_of(path + pending_changes), storage::stamp_of(path + pending_index),
+            storage::stamp_of(path + undo_journal)};
+}
+
 log_handle open_as(const std::string& path, file_use use)
 {
     return std::make_shared<log_store>(database::open_file(path, use, &raise_fault));
@@ -154,14 +166,34 @@ log_handle open_undone(const std::string& path)
     }
 }
 
-/// Whether anything can follow what the file of pending changes begins with.
+/// Opens what nobody seems to write, unless somebody is about to: a recorder is between two files for less
+/// than a moment.
+log_handle open_unattended(const std::string& path, file_use use, const recording_state& before)
+{
+    log_handle opened = open_as(path, use);
+    ::usleep(moment_in_microseconds);
+    if (state_of(path) != before)
+        raise_fault(fault::overwritten, path, {}, 0);
+    return opened;
+}
+
+/// Whether anything can follow what the file of pending changes begins with: a number that tells the order
+/// of bytes of its sums, that of its form, and the size of pages.
 bool has_changes(const std::string& path)
 {
     constexpr std::size_t prefix_size_in_bytes = 32;
-    constexpr std::string_view magic("\x37\x7F\x06", 3); // and the order of bytes of its sums
     std::array<char, prefix_size_in_bytes + 1> begin{};
     std::ifstream file(path, std::ios::binary);
-    return file.read(begin.data(), begin.size()) && std::string_view(begin.data(), begin.size()).starts_with(magic);
+    if (!file.read(begin.data(), begin.size()))
+        return false;
+    const auto number = [&begin](std::size_t at) {
+        std::uint32_t value = 0;
+        for (std::size_t i = 0; i < sizeof value; ++i)
+            value = value << 8 | static_cast<unsigned char>(begin[at + i]);
+        return value;
+    };
+    const std::uint32_t page_size = number(8);
+    return (number(0) & ~1u) == 0x377F0682 && page_size >= 512 && page_size <= 65536 && std::has_single_bit(page_size);
 }
 
 /// A recorder that was killed before its first change, or with the machine, leaves a file of changes that
@@ -170,17 +202,17 @@ bool has_changes(const std::string& path)
 bool waits_in_vain(const std::string& path)
 {
     constexpr int most_looks = 20;
-    constexpr useconds_t pause_in_microseconds = 10'000;
     for (int looks = 0; looks < most_looks; ++looks) {
         if (!is_file(path) || storage::stamp_of(path).size_in_bytes == 0 || has_changes(path))
             return false;
-        ::usleep(pause_in_microseconds);
+        ::usleep(moment_in_microseconds);
     }
     return true;
 }
 
 /// A log beside which its recorder keeps changes that are not yet brought in.
-log_handle open_with_pending_changes(const std::string& path, const storage::file_look& file)
+log_handle open_with_pending_changes(const std::string& path, const storage::file_look& file,
+                                     const recording_state& before)
 {
     if (is_file(path + pending_index) && !waits_in_vain(path + pending_changes)) {
         try {
@@ -196,7 +228,28 @@ log_handle open_with_pending_changes(const std::string& path, const storage::fil
     // Without an index nobody records, unless somebody keeps it to himself and the file locked.
     if (file.is_locked)
         raise_fault(fault::locked, path, {}, 0);
-    return open_as(path, file_use::left_open);
+    return open_unattended(path, file_use::left_open, before);
+}
+
+log_handle open_as_it_is(const std::string& path, const recording_state& before)
+{
+    const storage::file_look file = storage::look_at(path, &raise_fault);
+    check_first_bytes(file, path);
+    if (storage::read_prefix(file.first_bytes).writes_ahead) {
+        if (is_present(path + pending_changes))
+            return open_with_pending_changes(path, file, before);
+        // Whoever has it locked is about to make that file, or to leave the mode.
+        if (file.is_locked)
+            raise_fault(fault::locked, path, {}, 0);
+        return open_unattended(path, file_use::frozen, before);
+    }
+    try {
+        return open_as(path, file_use::shared);
+    } catch (const log_failure& failure) {
+        if (failure.number() != error_number::unfinished)
+            throw;
+    }
+    return open_undone(path);
 }
 
 } // namespace
@@ -209,20 +262,18 @@ log_handle open_log(const std::string& given_path)
     std::string path = fs::canonical(given_path, unresolved).native();
     if (unresolved)
         path = given_path;
-    const storage::file_look file = storage::look_at(path, &raise_fault);
-    check_first_bytes(file, path);
-    if (storage::read_prefix(file.first_bytes).writes_ahead) {
-        if (is_present(path + pending_changes))
-            return open_with_pending_changes(path, file);
-        return open_as(path, file_use::frozen);
+    // A recorder that begins or ends just then changes what there is to open.
+    constexpr int most_attempts = 20;
+    for (int attempt = 1;; ++attempt) {
+        const recording_state before = state_of(path);
+        try {
+            return open_as_it_is(path, before);
+        } catch (const log_failure&) {
+            ::usleep(moment_in_microseconds);
+            if (attempt == most_attempts || state_of(path) == before)
+                throw;
+        }
     }
-    try {
-        return open_as(path, file_use::shared);
-    } catch (const log_failure& failure) {
-        if (failure.number() != error_number::unfinished)
-            throw;
-    }
-    return open_undone(path);
 }
 
 } // namespace cw::logkit

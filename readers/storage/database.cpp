@@ -5,6 +5,7 @@
 
 #include <sodium.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +22,8 @@ constexpr int longest_value_in_bytes = 128 * 1024 * 1024;
 constexpr int instructions_per_round = 1'000'000;
 constexpr int most_rounds_per_step = 20;
 constexpr int patience_with_locks_in_milliseconds = 2000;
+constexpr int most_looks_for_a_writer = 10;
+constexpr useconds_t pause_between_looks_in_microseconds = 10'000;
 
 /// Bytes of a path that have a meaning in a URI are written as numbers.
 std::string file_uri(const std::string& path, std::string_view parameters)
@@ -197,6 +200,7 @@ database::~database()
 {
     // Statements are finalized before their database by their owners; close_v2 forgives an order
     // that an exception mixed up.
+    sqlite3_finalize(m_firstLook);
     sqlite3_close_v2(m_handle);
     if (!m_image.empty())
         sodium_memzero(m_image.data(), m_image.size());
@@ -270,6 +274,21 @@ void database::check_unchanged()
         raise(fault::overwritten);
 }
 
+/// A writer that comes or goes just now has told the file so and not yet made what it keeps beside, or
+/// the other way round. It is a matter of a moment. Any other failure is met again by whoever reads.
+bool database::finds_writer_away()
+{
+    m_rounds = 0;
+    int code = SQLITE_OK;
+    if (!m_firstLook)
+        code = sqlite3_prepare_v3(m_handle, "SELECT 1 FROM sqlite_schema LIMIT 1", -1, SQLITE_PREPARE_PERSISTENT,
+                                  &m_firstLook, nullptr);
+    if (code == SQLITE_OK)
+        code = sqlite3_step(m_firstLook);
+    (void)sqlite3_reset(m_firstLook);
+    return (code & 0xFF) == SQLITE_CANTOPEN;
+}
+
 void database::raise(fault what, std::u16string_view detail, int system_error) const
 {
     m_onFault(what, m_path, detail, system_error);
@@ -327,6 +346,11 @@ reading::reading(database& source)
         sqlite3_db_release_memory(source.m_handle);
     }
     source.execute("BEGIN");
+    for (int looks = 0; source.finds_writer_away() && looks < most_looks_for_a_writer; ++looks) {
+        source.execute("ROLLBACK");
+        ::usleep(pause_between_looks_in_microseconds);
+        source.execute("BEGIN");
+    }
     m_source = &source;
 }
 

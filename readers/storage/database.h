@@ -90,6 +90,7 @@ private:
     void open(const std::string& name, int flags, const char* files, file_use use);
     void begin_reading();
     void check_unchanged();
+    [[nodiscard]] bool finds_writer_away();
     [[noreturn]] void fail(int code) const;
     static int count_work(void* self) noexcept;
 
@@ -97,6 +98,7 @@ private:
     fault_handler m_onFault;
     file_use m_use = file_use::frozen;
     sqlite3* m_handle = nullptr;
+    sqlite3_stmt* m_firstLook = nullptr; // of those that a `reading` begins with
     bool m_isOpen = false;
     formats::bytes m_image;
     file_stamp m_stamp;    // of the file; nothing for what lies in memory

@@ -114,6 +114,8 @@ TEST_F(log_database_test, recording_goes_through_a_journal_that_is_gone_at_the_e
     {
         log_database database(path);
         database.start_recording();
+        // Readers go by that from the beginning on.
+        EXPECT_TRUE(std::filesystem::exists(path + "-wal"));
         database.begin();
         database.run("DELETE FROM operation_type WHERE id = 2");
         database.commit();

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <map>
 
 namespace cw::logkit_tests {
@@ -326,7 +327,8 @@ TEST_F(logkit_recording, changes_that_were_never_written_are_not_waited_for)
 {
     const std::string path = written_ahead(true);
     const std::string changes = m_folder.read("setup.clg-wal");
-    for (const std::string& left : {changes.substr(0, 32), std::string(32, '\0'), std::string(changes.size(), '\0')}) {
+    for (const std::string& left : {changes.substr(0, 32), std::string(32, '\0'), std::string(changes.size(), '\0'),
+                                    std::string(changes).replace(8, 1, "x")}) {
         m_folder.write("setup.clg-wal", left);
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(records(open_main(path).get(), log_operation_type::general).size(), 100u);
@@ -419,6 +421,45 @@ TEST_F(logkit_recording, a_change_of_the_way_to_write_is_followed)
     }
     EXPECT_EQ(records(found.get()).size(), 600u);
     EXPECT_EQ(records(open_main(path).get(), log_operation_type::general).size(), 600u);
+}
+
+TEST_F(logkit_recording, recorders_that_come_and_go_hardly_disturb)
+{
+    const std::string path = write_log(plain_log() + general_rows(0, 600));
+    const pid_t recorders = fork();
+    ASSERT_GE(recorders, 0);
+    if (recorders == 0) {
+        for (int i = 600;; ++i) {
+            sqlite3* handle = nullptr;
+            sqlite3_open(path.c_str(), &handle);
+            sqlite3_busy_timeout(handle, 1000);
+            const std::string sql = "PRAGMA synchronous = OFF; PRAGMA journal_mode = WAL;" + general_rows(i, i + 1) +
+                                    "PRAGMA journal_mode = DELETE;";
+            sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, nullptr);
+            sqlite3_close(handle);
+        }
+    }
+    int last = 600;
+    int opened = 0;
+    int disturbed = 0;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (std::chrono::steady_clock::now() < end) {
+        ++opened;
+        com_ptr<ILogDocument> document;
+        const bool is_open = SUCCEEDED(open_path(path, document));
+        const walked all = is_open ? walk(document.get()) : walked{};
+        if (!is_open || all.failures != 0) {
+            ++disturbed;
+            continue;
+        }
+        EXPECT_GE(all.records, last);
+        last = all.records;
+    }
+    kill(recorders, SIGKILL);
+    waitpid(recorders, nullptr, 0);
+    EXPECT_GT(last, 600);
+    // A recorder that is held up for long just where it has nothing beside the log looks like none.
+    EXPECT_LE(disturbed * 20, opened) << opened;
 }
 
 TEST_F(logkit_recording, changes_that_vanish_between_two_looks_are_told)
