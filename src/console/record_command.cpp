@@ -29,7 +29,8 @@
 namespace cw::console {
 namespace {
 
-constexpr std::size_t longest_line_in_bytes = 64u << 20;
+// A line of many small elements takes a hundred times its size while it is taken apart.
+constexpr std::size_t longest_line_in_bytes = 4u << 20;
 constexpr std::size_t read_size_in_bytes = 64u << 10;
 constexpr std::uint64_t most_lines_uncommitted = 1000;
 constexpr std::size_t longest_reason_in_bytes = 500;

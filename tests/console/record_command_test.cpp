@@ -199,11 +199,11 @@ TEST_F(record_command, cuts_long_reasons_short)
 
 TEST_F(record_command, a_line_without_an_end_in_sight_is_wrong_and_takes_no_room)
 {
-    const std::string blanks(70u << 20, ' ');
+    const std::string blanks(5u << 20, ' ');
     const outcome ran = record(main_feature + blanks + "\n" + operation("1") + blanks);
     EXPECT_EQ(ran.status, 1);
-    EXPECT_EQ(ran.error, "cwcab: line 2: the line is longer than 67108864 bytes\n"
-                         "cwcab: line 4: the line is longer than 67108864 bytes\n");
+    EXPECT_EQ(ran.error, "cwcab: line 2: the line is longer than 4194304 bytes\n"
+                         "cwcab: line 4: the line is longer than 4194304 bytes\n");
     EXPECT_EQ(operations(), 1);
 }
 
