@@ -44,7 +44,7 @@ public:
             grow(std::max(size() + count, m_capacity + m_capacity / 4 + smallest_growth));
         if (index != m_gapStart)
             move_gap(index);
-        std::fill_n(&m_storage[m_gapStart], count, value);
+        std::fill_n(m_storage.get() + m_gapStart, count, value);
         m_gapStart += count;
         m_gapLength -= count;
     }
