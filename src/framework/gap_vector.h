@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <type_traits>
 #include <utility>
 
@@ -39,16 +40,18 @@ public:
     /// place is still constant time on average.
     void insert(std::size_t index, std::size_t count, const T& value)
     {
-        constexpr std::size_t smallest_growth = 16;
-        if (count > m_gapLength)
-            grow(std::max(size() + count, m_capacity + m_capacity / 4 + smallest_growth));
-        if (index != m_gapStart)
-            move_gap(index);
-        std::fill_n(m_storage.get() + m_gapStart, count, value);
-        m_gapStart += count;
-        m_gapLength -= count;
+        std::fill_n(make_room(index, count), count, value);
     }
     void push_back(const T& value) { insert(size(), 1, value); }
+    /// Adds a run of elements, which is none of this one's own, at the end.
+    void append(std::span<const T> run) { std::ranges::copy(run, make_room(size(), run.size())); }
+
+    /// All elements side by side; valid until the next insertion.
+    [[nodiscard]] std::span<T> elements() noexcept
+    {
+        move_gap(size());
+        return {m_storage.get(), size()};
+    }
 
     [[nodiscard]] std::size_t size_in_bytes() const noexcept { return m_capacity * sizeof(T); }
 
@@ -66,6 +69,19 @@ private:
         std::swap(m_gapLength, other.m_gapLength);
     }
 
+    /// Takes `count` elements of the gap before the element `index`; answers where they stand.
+    T* make_room(std::size_t index, std::size_t count)
+    {
+        constexpr std::size_t smallest_growth = 16;
+        if (count > m_gapLength)
+            grow(std::max(size() + count, m_capacity + m_capacity / 4 + smallest_growth));
+        move_gap(index);
+        T* const room = m_storage.get() + m_gapStart;
+        m_gapStart += count;
+        m_gapLength -= count;
+        return room;
+    }
+
     void grow(std::size_t capacity)
     {
         const std::size_t used = size();
@@ -79,8 +95,10 @@ private:
         m_gapLength = capacity - used;
     }
 
-    void move_gap(std::size_t index)
+    void move_gap(std::size_t index) noexcept
     {
+        if (index == m_gapStart)
+            return;
         T* const all = m_storage.get();
         if (index < m_gapStart)
             std::copy_backward(all + index, all + m_gapStart, all + m_gapStart + m_gapLength);

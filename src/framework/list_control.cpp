@@ -67,8 +67,7 @@ void CListCtrl::compact()
     std::vector<char16_t> packed;
     packed.reserve(used + used / 8);
     constexpr std::uint64_t start_mask = (std::uint64_t{1} << start_bits) - 1;
-    for (std::size_t place = 0; place < m_cells.size(); ++place) {
-        cell& kept = m_cells[place];
+    for (cell& kept : m_cells.elements()) {
         const auto first = m_texts.begin() + static_cast<std::ptrdiff_t>(kept.start);
         kept.start = packed.size() & start_mask;
         packed.insert(packed.end(), first, first + static_cast<std::ptrdiff_t>(kept.length));
@@ -85,11 +84,15 @@ void CListCtrl::InsertColumn(std::size_t index, std::u16string_view label, int w
     m_columns.insert(m_columns.begin() + static_cast<std::ptrdiff_t>(index), {std::u16string(label), width_in_pixels});
     if (m_rowCount == 0)
         return;
+    const std::span<const cell> cells = m_cells.elements();
     gap_vector<cell> widened;
     widened.reserve(m_rowCount * m_columns.size());
-    for (std::size_t row = 0; row < m_rowCount; ++row)
-        for (std::size_t column = 0; column < m_columns.size(); ++column)
-            widened.push_back(column == index ? cell{} : m_cells[row * before + column - (column > index ? 1 : 0)]);
+    for (std::size_t row = 0; row < m_rowCount; ++row) {
+        const std::span<const cell> narrow = cells.subspan(row * before, before);
+        widened.append(narrow.first(index));
+        widened.push_back({});
+        widened.append(narrow.subspan(index));
+    }
     m_cells = std::move(widened);
 }
 
@@ -203,9 +206,9 @@ void CListCtrl::SortItems(const std::function<int(std::size_t, std::size_t)>& co
     cells.reserve(m_cells.size());
     gap_vector<std::int32_t> images;
     images.reserve(m_images.size());
+    const std::span<const cell> unsorted = m_cells.elements();
     for (const std::size_t row : order) {
-        for (std::size_t column = 0; column < m_columns.size(); ++column)
-            cells.push_back(m_cells[row * m_columns.size() + column]);
+        cells.append(unsorted.subspan(row * m_columns.size(), m_columns.size()));
         if (!m_images.empty())
             images.push_back(m_images[row]);
     }

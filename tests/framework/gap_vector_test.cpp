@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -64,6 +66,23 @@ TEST(gap_vector, reserves_just_what_is_told)
     EXPECT_EQ(values.size_in_bytes(), 1000 * sizeof(int));
 }
 
+TEST(gap_vector, has_its_elements_side_by_side)
+{
+    gap_vector<int> values = numbers(4);
+    values.insert(2, 1, 9);
+    const std::span<int> all = values.elements();
+    EXPECT_EQ(std::vector<int>(all.begin(), all.end()), (std::vector<int>{1, 2, 9, 3, 4}));
+    gap_vector<int> others;
+    EXPECT_TRUE(others.elements().empty());
+    others.append(all.subspan(1, 2));
+    others.append({});
+    others.append(all.first(1));
+    EXPECT_EQ(elements_of(others), (std::vector<int>{2, 9, 1}));
+    others.insert(0, 1, 0);
+    others.append(all.first(1));
+    EXPECT_EQ(elements_of(others), (std::vector<int>{0, 2, 9, 1, 1}));
+}
+
 TEST(gap_vector, inserts_nothing_too)
 {
     gap_vector<int> values = numbers(2);
@@ -84,6 +103,9 @@ TEST(gap_vector, is_what_a_vector_would_be)
             expected.insert(expected.begin() + static_cast<std::ptrdiff_t>(index), count, step);
             if (random() % 10 == 0)
                 values.reserve(random() % 100);
+            if (random() % 20 == 0) {
+                ASSERT_TRUE(std::ranges::equal(values.elements(), expected));
+            }
         }
         ASSERT_EQ(elements_of(values), expected);
     }
