@@ -2,12 +2,12 @@
 #include "tests/readers/fixture_support.h"
 
 #include "readers/fixture/text.h"
+#include "tests/readers/arbitrary_json.h"
 #include "tests/readers/object_members.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <random>
 
 using namespace cw;
 using namespace cw::fixture_tests;
@@ -16,9 +16,9 @@ namespace {
 
 using nlohmann::json;
 
-class random_json {
+class random_json : private arbitrary_json {
 public:
-    explicit random_json(unsigned seed) : m_random(seed) {}
+    explicit random_json(unsigned seed) : arbitrary_json(seed) {}
 
     // An object with members of an interface, most of them of a fitting kind.
     json object(std::u16string_view interface_name, int depth)
@@ -33,8 +33,6 @@ public:
     }
 
 private:
-    bool chance(unsigned one_in) { return m_random() % one_in == 0; }
-
     json member(const media_member_row& row, int depth)
     {
         if (row.type != VT_DISPATCH || chance(6) || depth == 0)
@@ -48,44 +46,6 @@ private:
             items.push_back(chance(6) ? anything(2) : object(inner, depth - 1));
         return chance(4) ? json{{"items", items}, {"counts", anything(2)}} : items;
     }
-
-    json anything(int depth)
-    {
-        static const char* const texts[] = {
-            "",        "Main",           "0x80004005", "VT_ARRAY|VT_VARIANT", "VT_R8",
-            "VT_BSTR", "VT_ARRAY|VT_I4", "VT_DATE",    "2001-02-03T00:04:05", "VT_DECIMAL"};
-        static const char* const keys[] = {"items", "counts", "fail", "vt", "value", "lower", "dims", "Name"};
-        switch (m_random() % (depth > 0 ? 9u : 6u)) {
-        case 0:
-            return nullptr;
-        case 1:
-            return chance(2);
-        case 2:
-            return static_cast<std::int64_t>(m_random()) * (chance(2) ? -1 : 1);
-        case 3:
-            return static_cast<int>(m_random() % 8) - 2;
-        case 4:
-            return static_cast<double>(m_random()) / 7;
-        case 5:
-            return texts[m_random() % std::size(texts)];
-        case 6: {
-            json array = json::array();
-            for (unsigned i = m_random() % 4; i > 0; --i)
-                array.push_back(anything(depth - 1));
-            return array;
-        }
-        default: {
-            json result = json::object();
-            for (unsigned i = m_random() % 4; i > 0; --i)
-                result[keys[m_random() % std::size(keys)]] = anything(depth - 1);
-            if (chance(2))
-                result["vt"] = texts[3 + m_random() % 3];
-            return result;
-        }
-        }
-    }
-
-    std::mt19937 m_random;
 };
 
 class FixtureArbitraryJson : public fixture_test {

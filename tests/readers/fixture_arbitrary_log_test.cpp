@@ -1,10 +1,11 @@
 // Models of random JSON: whatever stands at whatever place of a log, an operation answers or fails.
 #include "tests/readers/fixture_log_support.h"
 
+#include "tests/readers/arbitrary_json.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <random>
 
 using namespace cw;
 using namespace cw::fixture_log_tests;
@@ -13,9 +14,9 @@ namespace {
 
 using nlohmann::json;
 
-class random_log {
+class random_log : private fixture_tests::arbitrary_json {
 public:
-    explicit random_log(unsigned seed) : m_random(seed) {}
+    explicit random_log(unsigned seed) : arbitrary_json(seed) {}
 
     json model()
     {
@@ -26,8 +27,6 @@ public:
     }
 
 private:
-    bool chance(unsigned one_in) { return m_random() % one_in == 0; }
-
     json feature(int depth)
     {
         json result{{"Name", chance(4) ? anything(2) : json("Main")}};
@@ -75,44 +74,6 @@ private:
             });
         return lists;
     }
-
-    json anything(int depth)
-    {
-        static const char* const texts[] = {"",      "Main",    "0x80004005",     "VT_ARRAY|VT_VARIANT",
-                                            "VT_R8", "VT_BSTR", "VT_ARRAY|VT_I4", "OPTYPE_FILE"};
-        static const char* const keys[] = {"items", "counts", "fail", "vt",    "value",
-                                           "lower", "dims",   "Name", "array", "First"};
-        switch (m_random() % (depth > 0 ? 9u : 6u)) {
-        case 0:
-            return nullptr;
-        case 1:
-            return chance(2);
-        case 2:
-            return static_cast<std::int64_t>(m_random()) * (chance(2) ? -1 : 1);
-        case 3:
-            return static_cast<int>(m_random() % 8) - 2;
-        case 4:
-            return static_cast<double>(m_random()) / 7;
-        case 5:
-            return texts[m_random() % std::size(texts)];
-        case 6: {
-            json array = json::array();
-            for (auto i = m_random() % 4; i > 0; --i)
-                array.push_back(anything(depth - 1));
-            return array;
-        }
-        default: {
-            json result = json::object();
-            for (auto i = m_random() % 4; i > 0; --i)
-                result[keys[m_random() % std::size(keys)]] = anything(depth - 1);
-            if (chance(3))
-                result["vt"] = texts[3 + m_random() % 4];
-            return result;
-        }
-        }
-    }
-
-    std::mt19937 m_random;
 };
 
 class FixtureArbitraryLog : public log_test {
