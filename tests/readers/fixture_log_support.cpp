@@ -1,10 +1,11 @@
 #include "tests/readers/fixture_log_support.h"
 
+#include "tests/readers/reader_module.h"
+
 #include "automation/error_info.h"
 #include "readers/fixture/text.h"
 
 #include <cstdio>
-#include <dlfcn.h>
 #include <stdexcept>
 
 namespace cw::fixture_log_tests {
@@ -27,14 +28,8 @@ std::string shown_text(BSTR text)
 
 dll_get_class_object entry_point()
 {
-    // Never closed: objects of the library may outlive a test.
-    static void* const library = ::dlopen(CW_TEST_BUILD_DIR "/fixture/LogKit.dll", RTLD_NOW | RTLD_LOCAL);
-    if (!library)
-        throw std::runtime_error(::dlerror());
-    void* const symbol = ::dlsym(library, "DllGetClassObject");
-    if (!symbol)
-        throw std::runtime_error(::dlerror());
-    return reinterpret_cast<dll_get_class_object>(symbol);
+    static const dll_get_class_object found = reader_tests::load_entry_point(CW_TEST_BUILD_DIR "/fixture/LogKit.dll");
+    return found;
 }
 
 std::string shown(const VARIANT& value)

@@ -1,10 +1,11 @@
 #include "tests/readers/fixture_support.h"
 
+#include "tests/readers/reader_module.h"
+
 #include "readers/fixture/text.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -67,14 +68,9 @@ com_ptr<IDispatch> item(IDispatch* collection, std::u16string_view name)
 
 dll_get_class_object entry_point()
 {
-    // Never closed: objects of the library may outlive a test.
-    static void* const library = ::dlopen(CW_TEST_BUILD_DIR "/fixture/MediaForge40.dll", RTLD_NOW | RTLD_LOCAL);
-    if (!library)
-        throw std::runtime_error(::dlerror());
-    void* const symbol = ::dlsym(library, "DllGetClassObject");
-    if (!symbol)
-        throw std::runtime_error(::dlerror());
-    return reinterpret_cast<dll_get_class_object>(symbol);
+    static const dll_get_class_object found =
+        reader_tests::load_entry_point(CW_TEST_BUILD_DIR "/fixture/MediaForge40.dll");
+    return found;
 }
 
 fixture_test::fixture_test()

@@ -5,6 +5,7 @@
 #include "automation/error_info.h"
 #include "bridges/log_interface.h"
 #include "formats/log_format.h"
+#include "tests/readers/reader_module.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -30,8 +31,8 @@ constexpr HRESULT failure(int number)
     return make_hresult(0x80040200u + static_cast<unsigned>(number));
 }
 
-std::u16string wide(std::string_view utf8);
-std::string narrow(std::u16string_view text);
+using reader_tests::narrow;
+using reader_tests::wide;
 
 /// A connection that writes.
 class sql_file {

@@ -2,29 +2,13 @@
 
 #include "authoring/build_media.h"
 
-#include <dlfcn.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
-#include <codecvt>
 #include <fstream>
-#include <locale>
 #include <random>
 
 namespace cw::mediaforge_tests {
-
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-std::u16string wide(std::string_view utf8)
-{
-    return std::wstring_convert<std::codecvt_utf8_utf16<char16_t>, char16_t>().from_bytes(utf8.begin(), utf8.end());
-}
-
-std::string narrow(std::u16string_view text)
-{
-    return std::wstring_convert<std::codecvt_utf8_utf16<char16_t>, char16_t>().to_bytes(text.begin(), text.end());
-}
-#pragma GCC diagnostic pop
 
 std::u16string outcome::text() const
 {
@@ -120,14 +104,7 @@ std::string library_path()
 
 dll_get_class_object entry_point()
 {
-    static const dll_get_class_object found = [] {
-        void* library = dlopen(library_path().c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (!library) {
-            ADD_FAILURE() << dlerror();
-            return dll_get_class_object{};
-        }
-        return reinterpret_cast<dll_get_class_object>(dlsym(library, "DllGetClassObject"));
-    }();
+    static const dll_get_class_object found = reader_tests::load_entry_point(library_path());
     return found;
 }
 

@@ -5,6 +5,7 @@
 #include "authoring/media_writer.h"
 #include "automation/dispatch_object.h"
 #include "bridges/media_interface.h"
+#include "tests/readers/reader_module.h"
 
 #include <gtest/gtest.h>
 
@@ -122,7 +123,7 @@ protected:
     object m_factory;
 };
 
-std::u16string wide(std::string_view utf8);
-std::string narrow(std::u16string_view text);
+using reader_tests::narrow;
+using reader_tests::wide;
 
 } // namespace cw::mediaforge_tests
