@@ -178,6 +178,16 @@ void add_operation_rows(CListCtrl& list, IOperationList* operations, std::span<c
     });
 }
 
+/// Shows the operations of a type in the columns of a kind. The list keeps what it shows until they are
+/// there.
+void show_operations(CMainFrame& frame, IFeatureLog* feature, std::u16string_view type, node_kind columns,
+                     std::span<const cell_text> cells, const truth_words& words)
+{
+    const automation::com_ptr<IOperationList> operations = operations_of(feature, type);
+    frame.SetListColumns(columns);
+    add_operation_rows(frame.List(), operations.get(), cells, words);
+}
+
 /// Whether a type name is that of the registry's wide side, in any case of its letters.
 bool is_registry64(std::u16string_view type_name)
 {
@@ -195,20 +205,15 @@ automation::com_ptr<IFeatureLog> CMainFrame::FeatureLogOf(HTREEITEM item)
     return feature;
 }
 
-// The list keeps what it shows until the operations are there.
-
 void CMainFrame::ShowFileOperations(HTREEITEM item)
 {
-    const auto operations = operations_of(FeatureLogOf(item).get(), log_operation_type::file);
-    SetListColumns(NODEKIND_LOG_FILE);
-    add_operation_rows(m_listCtrl, operations.get(), file_cells, {});
+    show_operations(*this, FeatureLogOf(item).get(), log_operation_type::file, NODEKIND_LOG_FILE, file_cells, {});
 }
 
 void CMainFrame::ShowSelfRegistrationOperations(HTREEITEM item)
 {
-    const auto operations = operations_of(FeatureLogOf(item).get(), log_operation_type::filereg);
-    SetListColumns(NODEKIND_LOG_FILEREG);
-    add_operation_rows(m_listCtrl, operations.get(), self_registration_cells, {});
+    show_operations(*this, FeatureLogOf(item).get(), log_operation_type::filereg, NODEKIND_LOG_FILEREG,
+                    self_registration_cells, {});
 }
 
 void CMainFrame::ShowBothRegistryOperations(HTREEITEM item)
@@ -232,30 +237,26 @@ void CMainFrame::ShowRegistryOperations(std::u16string_view type_name, HTREEITEM
 
 void CMainFrame::ShowIniOperations(HTREEITEM item)
 {
-    const auto operations = operations_of(FeatureLogOf(item).get(), log_operation_type::ini);
-    SetListColumns(NODEKIND_LOG_INI);
-    add_operation_rows(m_listCtrl, operations.get(), ini_cells, truth_words::translated());
+    show_operations(*this, FeatureLogOf(item).get(), log_operation_type::ini, NODEKIND_LOG_INI, ini_cells,
+                    truth_words::translated());
 }
 
 void CMainFrame::ShowShellOperations(HTREEITEM item)
 {
-    const auto operations = operations_of(FeatureLogOf(item).get(), log_operation_type::shell);
-    SetListColumns(NODEKIND_LOG_SHELL);
-    add_operation_rows(m_listCtrl, operations.get(), shell_cells, truth_words::translated());
+    show_operations(*this, FeatureLogOf(item).get(), log_operation_type::shell, NODEKIND_LOG_SHELL, shell_cells,
+                    truth_words::translated());
 }
 
 void CMainFrame::ShowGeneralOperations(HTREEITEM item)
 {
-    const auto operations = operations_of(FeatureLogOf(item).get(), log_operation_type::general);
-    SetListColumns(NODEKIND_LOG_GENERAL);
-    add_operation_rows(m_listCtrl, operations.get(), general_cells, {});
+    show_operations(*this, FeatureLogOf(item).get(), log_operation_type::general, NODEKIND_LOG_GENERAL, general_cells,
+                    {});
 }
 
 void CMainFrame::ShowDotNetOperations(HTREEITEM item)
 {
-    const auto operations = operations_of(FeatureLogOf(item).get(), log_operation_type::dotnet);
-    SetListColumns(NODEKIND_LOG_DOTNET);
-    add_operation_rows(m_listCtrl, operations.get(), dotnet_cells, truth_words::translated());
+    show_operations(*this, FeatureLogOf(item).get(), log_operation_type::dotnet, NODEKIND_LOG_DOTNET, dotnet_cells,
+                    truth_words::translated());
 }
 
 } // namespace cw

@@ -3,10 +3,7 @@
 
 #include "app/main_frame.h"
 
-#include "tests/support/frame_harness.h"
-#include "tests/support/frame_pictures.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/frame_view_test.h"
 
 #include <string>
 #include <string_view>
@@ -14,29 +11,8 @@
 
 namespace cw::test_support {
 
-using lines = std::vector<std::string>;
-
-class log_view_test : public testing::Test {
+class log_view_test : public frame_view_test {
 protected:
-    log_view_test() { program.start(); }
-    /// Errors that a test provokes it takes; no other came, nor a message.
-    void TearDown() override
-    {
-        EXPECT_EQ(program.take_unhandled(), lines{});
-        EXPECT_TRUE(program.person.take_messages().empty());
-    }
-    CMainFrame& frame() { return program.frame(); }
-
-    /// The result codes of the errors that no site caught since the last call of this.
-    lines take_error_codes()
-    {
-        constexpr std::string_view head = "cwcabview: unhandled error: ";
-        constexpr std::size_t code_length = 10;
-        lines codes = program.take_unhandled();
-        for (std::string& line : codes)
-            line = line.starts_with(head) ? line.substr(head.size(), code_length) : line;
-        return codes;
-    }
     /// Opens a log whose main feature has the sub-feature "Sub" with these members; `types` are the
     /// types that the log lists.
     bool open_feature(std::string_view members, std::string_view types = R"("OPTYPE_FILE")")
@@ -56,8 +32,6 @@ protected:
         select_in_log(path);
         return rows_of(frame());
     }
-
-    frame_harness program;
 };
 
 } // namespace cw::test_support
