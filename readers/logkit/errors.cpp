@@ -5,11 +5,7 @@
 namespace cw::logkit {
 namespace {
 
-struct fault_row {
-    storage::fault what;
-    error_number number;
-};
-constexpr auto fault_rows = std::to_array<fault_row>({
+constexpr auto fault_rows = std::to_array<storage::fault_number<error_number>>({
     {storage::fault::not_found, error_number::not_found},
     {storage::fault::access_denied, error_number::access_denied},
     {storage::fault::out_of_memory, error_number::out_of_memory},
@@ -25,10 +21,7 @@ constexpr auto fault_rows = std::to_array<fault_row>({
 
 error_number error_of(storage::fault what) noexcept
 {
-    for (const fault_row& row : fault_rows)
-        if (row.what == what)
-            return row.number;
-    return error_number::read_failed;
+    return storage::number_of(fault_rows, what, error_number::read_failed);
 }
 
 std::u16string text_of(error_number number, std::u16string_view file, std::u16string_view detail)

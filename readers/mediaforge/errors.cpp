@@ -6,11 +6,7 @@ namespace cw::mediaforge {
 namespace {
 
 /// The numbers of what is told of any file; all else is a file that is no media.
-struct fault_row {
-    storage::fault what;
-    error_number number;
-};
-constexpr auto fault_rows = std::to_array<fault_row>({
+constexpr auto fault_rows = std::to_array<storage::fault_number<error_number>>({
     {storage::fault::not_found, error_number::not_found},
     {storage::fault::access_denied, error_number::access_denied},
     {storage::fault::out_of_memory, error_number::out_of_memory},
@@ -22,10 +18,7 @@ constexpr auto fault_rows = std::to_array<fault_row>({
 
 error_number error_of(storage::fault what) noexcept
 {
-    for (const fault_row& row : fault_rows)
-        if (row.what == what)
-            return row.number;
-    return error_number::not_a_media;
+    return storage::number_of(fault_rows, what, error_number::not_a_media);
 }
 
 } // namespace

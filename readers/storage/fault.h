@@ -2,6 +2,8 @@
 // failure.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -24,6 +26,24 @@ enum class fault {
 /// Throws the failure of the reader that opened the file. `detail` says what exactly was found,
 /// `system_error` is an errno or 0.
 using fault_handler = void (*)(fault what, const std::string& path, std::u16string_view detail, int system_error);
+
+/// A row of the table in which a reader has its own numbers of faults.
+template <class Number>
+struct fault_number {
+    fault what;
+    Number number;
+};
+
+/// The number of a fault in such a table, or `otherwise` for one that is not in it.
+template <class Number, std::size_t Size>
+[[nodiscard]] constexpr Number number_of(const std::array<fault_number<Number>, Size>& table, fault what,
+                                         Number otherwise) noexcept
+{
+    for (const fault_number<Number>& row : table)
+        if (row.what == what)
+            return row.number;
+    return otherwise;
+}
 
 /// The fault of a path that a system call refused with `system_error`.
 [[nodiscard]] fault fault_of(int system_error) noexcept;
