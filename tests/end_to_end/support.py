@@ -54,8 +54,11 @@ class Display:
 
     def __init__(self):
         read_end, write_end = os.pipe()
+        # Without "-noreset" the server starts afresh whenever its last client goes. The first look for the
+        # window manager can be that client, and then takes with it a manager that is just coming up.
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{SCREEN_WIDTH}x900x24", "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{SCREEN_WIDTH}x900x24", "-nolisten", "tcp",
+             "-noreset"],
             pass_fds=[write_end], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as pipe:
