@@ -8,6 +8,7 @@
 #include <cstring>
 #include <unicode/ucnv.h>
 #include <unicode/ustring.h>
+#include <unicode/utf8.h>
 
 namespace cw::platform {
 
@@ -66,14 +67,20 @@ int fail(std::uint32_t code) noexcept
     return 0;
 }
 
-/// What a conversion that counts beyond its room answers.
+/// Whether the bytes of a text can be counted: the count has 32 bits. What is over 2 GiB shows in its
+/// sign, but over 4 GiB it begins anew.
+bool can_be_counted(int length, int most_bytes_of_each) noexcept
+{
+    return static_cast<std::uint32_t>(length) <= UINT32_MAX / static_cast<std::uint32_t>(most_bytes_of_each);
+}
+
+/// What a conversion that counts beyond its room answers. All that can fail it here is a text that is
+/// too long: the other arguments were looked at before.
 int answer(int length, int room, UErrorCode result) noexcept
 {
-    if (result != U_BUFFER_OVERFLOW_ERROR && U_FAILURE(result))
-        return fail(error_invalid_parameter);
-    if (room == 0)
-        return length;
-    return length > room ? fail(error_insufficient_buffer) : length;
+    if (length < 0 || (result != U_BUFFER_OVERFLOW_ERROR && U_FAILURE(result)))
+        return fail(error_arithmetic_overflow);
+    return room > 0 && length > room ? fail(error_insufficient_buffer) : length;
 }
 
 bool is_utf8(const char* charset) noexcept
@@ -100,11 +107,15 @@ public:
         UErrorCode result = U_ZERO_ERROR;
         int needed = 0;
         if (is_utf8(charset)) {
+            if (!can_be_counted(length, U8_MAX_LENGTH - 1)) // four are of two code units
+                return fail(error_arithmetic_overflow);
             u_strToUTF8WithSub(target, room_in_bytes, &needed, text, length, replacement_character, nullptr, &result);
         } else {
             const converter_owner converter = open_converter(charset);
             if (!converter)
                 return fail(error_invalid_parameter);
+            if (!can_be_counted(length, ucnv_getMaxCharSize(converter.get())))
+                return fail(error_arithmetic_overflow);
             needed = ucnv_fromUChars(converter.get(), target, room_in_bytes, text, length, &result);
         }
         return answer(needed, room_in_bytes, result);

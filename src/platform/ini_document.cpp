@@ -1,12 +1,17 @@
 #include "platform/ini_document.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace cw::platform {
 
 namespace {
+
+// People write settings, and the program reads them before anything else.
+constexpr std::size_t longest_file_in_bytes = 1 << 20;
 
 std::string_view trimmed(std::string_view text)
 {
@@ -15,6 +20,23 @@ std::string_view trimmed(std::string_view text)
     if (first == std::string_view::npos)
         return {};
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+/// Not by the size that the system tells: a file may grow, and some are made as they are read.
+std::optional<std::string> read_to_end(int file)
+{
+    std::string bytes;
+    char block[4096];
+    while (bytes.size() <= longest_file_in_bytes) {
+        const ssize_t count = read(file, block, sizeof block);
+        if (count == 0)
+            return bytes;
+        if (count < 0 && errno != EINTR)
+            return std::nullopt;
+        if (count > 0)
+            bytes.append(block, static_cast<std::size_t>(count));
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -115,16 +137,14 @@ std::string ini_document::to_bytes() const
 
 std::optional<std::string> read_whole_file(const std::string& path)
 {
-    const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
-    if (!file)
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (file < 0)
         return std::nullopt;
-    std::string bytes;
-    char block[4096];
-    while (const std::size_t count = std::fread(block, 1, sizeof block, file.get()))
-        bytes.append(block, count);
-    // A folder opens, and fails at the first read.
-    if (std::ferror(file.get()))
-        return std::nullopt;
+    struct stat status {};
+    std::optional<std::string> bytes;
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode))
+        bytes = read_to_end(file);
+    close(file);
     return bytes;
 }
 

@@ -47,7 +47,8 @@ private:
     std::vector<line> m_lines;
 };
 
-/// The bytes of a file; nothing where it is not there or cannot be read.
+/// The bytes of a regular file of at most 1 MiB; nothing where there is none or it cannot be read. Never
+/// waits: what stands in the place of settings may be a pipe.
 [[nodiscard]] std::optional<std::string> read_whole_file(const std::string& path);
 
 } // namespace cw::platform

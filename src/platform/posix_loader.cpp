@@ -2,6 +2,7 @@
 
 #include "platform/elf_image.h"
 #include "platform/last_error.h"
+#include "platform/system_module.h"
 #include "platform/utf8.h"
 
 #include <cerrno>
@@ -17,6 +18,9 @@ namespace {
 thread_local std::u16string last_failure;
 
 constexpr std::size_t longest_link_in_bytes = 1 << 16;
+
+// The system's module is part of this program; its address is the handle.
+char system_module;
 
 class posix_loader final : public loader {
 public:
@@ -52,10 +56,21 @@ public:
 
     void* find_export(void* library, const char* name) noexcept override
     {
-        void* found = dlsym(library, name);
+        void* found = library == &system_module ? find_system_entry(name) : dlsym(library, name);
         if (!found)
             set_last_error(error_proc_not_found);
         return found;
+    }
+
+    void* module_handle(const char16_t* name) noexcept override
+    {
+        if (is_system_module_name(name))
+            return &system_module;
+        // An empty name would mean the program itself.
+        void* module = *name ? dlopen(path_to_bytes(name).c_str(), RTLD_LAZY | RTLD_NOLOAD) : nullptr;
+        if (!module)
+            set_last_error(error_mod_not_found);
+        return module;
     }
 
     std::u16string load_failure() override { return last_failure; }

@@ -34,13 +34,18 @@ struct posix_set {
     std::unique_ptr<system_messages> messages = make_posix_system_messages();
     std::unique_ptr<loader> libraries = make_posix_loader();
     std::unique_ptr<file_system> files = make_posix_file_system();
+    std::unique_ptr<open_files> open = make_posix_open_files();
+    std::unique_ptr<system_information> system = make_posix_system_information();
+    std::unique_ptr<unique_ids> ids = make_random_unique_ids();
+    std::unique_ptr<transfers> network = make_unconnected_transfers();
     std::unique_ptr<machine_settings> machine =
         make_ini_machine_settings(machine_settings_file(), installed_library_folder());
     memory_user_settings user;
     std::unique_ptr<class_registry> classes = make_empty_class_registry();
     std::unique_ptr<runtime_contract> runtime = make_aborting_runtime();
-    services all{memory.get(), pages.get(),   rules.get(), messages.get(), libraries.get(),
-                 files.get(),  machine.get(), &user,       classes.get(),  runtime.get()};
+    services all{memory.get(),  pages.get(), rules.get(),   messages.get(), libraries.get(),
+                 files.get(),   open.get(),  system.get(),  ids.get(),      network.get(),
+                 machine.get(), &user,       classes.get(), runtime.get()};
 };
 
 } // namespace

@@ -21,6 +21,14 @@ namespace cw::platform {
 [[nodiscard]] std::unique_ptr<system_messages> make_posix_system_messages();
 [[nodiscard]] std::unique_ptr<loader> make_posix_loader();
 [[nodiscard]] std::unique_ptr<file_system> make_posix_file_system();
+/// Share modes, attributes and templates have no meaning here. Directly inside the folder for temporary
+/// files new files are the user's alone, and neither links nor files of others are opened for writing.
+[[nodiscard]] std::unique_ptr<open_files> make_posix_open_files();
+[[nodiscard]] std::unique_ptr<system_information> make_posix_system_information();
+/// GUIDs of version 4.
+[[nodiscard]] std::unique_ptr<unique_ids> make_random_unique_ids();
+/// Answers every request for a session with "cannot connect".
+[[nodiscard]] std::unique_ptr<transfers> make_unconnected_transfers();
 /// `file` is an INI file, its sections named like keys; one that is not there counts as empty.
 /// `common_files_folder` is what the installation's own entry says where the file does not.
 [[nodiscard]] std::unique_ptr<machine_settings> make_ini_machine_settings(const std::string& file,

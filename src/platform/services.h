@@ -27,7 +27,7 @@ struct code_pages {
     virtual ~code_pages() = default;
     /// Converts `length` code units (-1: up to and with the terminator). Answers the bytes written,
     /// or needed where `room_in_bytes` is 0; 0 on failure, the last error being 122 (room too small),
-    /// 87 (bad argument or code page).
+    /// 87 (bad argument or code page), 534 (too long to be converted).
     virtual int to_narrow(std::uint32_t code_page, const char16_t* text, int length, char* target,
                           int room_in_bytes) noexcept = 0;
     /// The reverse, `length` in bytes, the answer in code units. Bytes that form no character become
@@ -70,6 +70,9 @@ struct loader {
     /// refused before the system's loader maps it. `load_failure` has a text for people.
     virtual void* load_library(const char16_t* path) noexcept = 0;
     virtual void* find_export(void* library, const char* name) noexcept = 0;
+    /// A module that is loaded already, by its name; null where there is none. The system's own module
+    /// is "kernel32.dll" (system_module.h).
+    virtual void* module_handle(const char16_t* name) noexcept = 0;
     /// Why the last `load_library` on this thread failed; empty after one that worked.
     virtual std::u16string load_failure() = 0;
 };
@@ -79,16 +82,135 @@ inline constexpr std::uint32_t file_attribute_read_only = 0x1;
 inline constexpr std::uint32_t file_attribute_directory = 0x10;
 inline constexpr std::uint32_t file_attribute_normal = 0x80;
 
-/// Existence of files and the process's current directory. Failing calls set the last error.
+/// Something that the system holds open for the process.
+using file_handle = std::intptr_t;
+inline constexpr file_handle invalid_file_handle = -1;
+
+/// Room for a path in calls that fill a buffer, with the terminator.
+inline constexpr std::uint32_t path_room = 260;
+
+/// What a search by name tells of the entry that it found. The names are wide, or narrow ones in the
+/// system's code page (system_module.h).
+template <class Character>
+struct basic_find_data {
+    std::uint32_t attributes = 0;
+    std::uint64_t creation_time = 0; // in 100 ns since 1601-01-01 UTC, as are the other two
+    std::uint64_t last_access_time = 0;
+    std::uint64_t last_write_time = 0;
+    std::uint32_t size_high = 0;
+    std::uint32_t size_low = 0;
+    std::uint32_t reserved0 = 0;
+    std::uint32_t reserved1 = 0;
+    Character file_name[path_room] = {};
+    Character alternate_name[14] = {};
+};
+using find_data = basic_find_data<char16_t>;
+
+/// Names of files and folders, and the process's current directory. Failing calls set the last error.
 struct file_system {
     virtual ~file_system() = default;
-    /// `invalid_file_attributes` where there is no such file.
+    /// Those of what a link leads to, or of the link where that is nothing. `invalid_file_attributes` where
+    /// there is no such file.
     virtual std::uint32_t attributes(const char16_t* path) noexcept = 0;
     /// Code units written without the terminator; 0 on failure.
     virtual std::uint32_t current_directory(char16_t* target, std::uint32_t room) noexcept = 0;
     virtual bool set_current_directory(const char16_t* path) noexcept = 0;
-    /// False on failure, the last error telling why (a file that is not there: 2).
+    /// False on failure, the last error telling why (a file that is not there: 2; one that is read-only
+    /// to the user, and what is no file: 5).
     virtual bool delete_file(const char16_t* path) noexcept = 0;
+    /// Makes one folder; what is above it must be there. A name that is taken: 183.
+    virtual bool create_folder(const char16_t* path) noexcept = 0;
+    /// Looks an entry up in the folder above it, which may work where the entry itself is out of
+    /// reach. `invalid_file_handle` where there is none; else a handle for `find_close`.
+    virtual file_handle find_first_file(const char16_t* path, find_data* found) noexcept = 0;
+    virtual bool find_close(file_handle search) noexcept = 0;
+    /// The user's folder for temporary files, with a separator at its end, whether or not it is
+    /// there. Code units written without the terminator; 0 on failure.
+    virtual std::uint32_t temp_folder(char16_t* target, std::uint32_t room) noexcept = 0;
+    /// Writes `folder` joined with the prefix, a number in hexadecimal and ".tmp" to `target` of
+    /// `path_room` code units. For `unique` 0 the number is chosen so that no such file is there, and
+    /// an empty file of that name is made; for any other number the name is just formed. Answers the
+    /// number, or 0 on failure; the name is written even where the file cannot be made, unless it
+    /// does not fit.
+    virtual std::uint32_t temp_file_name(const char16_t* folder, const char16_t* prefix, std::uint32_t unique,
+                                         char16_t* target) noexcept = 0;
+};
+
+inline constexpr std::uint32_t generic_read = 0x80000000;
+inline constexpr std::uint32_t generic_write = 0x40000000;
+inline constexpr std::uint32_t file_share_none = 0;
+inline constexpr std::uint32_t file_share_read = 1;
+inline constexpr std::uint32_t create_new = 1;
+inline constexpr std::uint32_t create_always = 2;
+inline constexpr std::uint32_t open_existing = 3;
+inline constexpr std::uint32_t open_always = 4;
+inline constexpr std::uint32_t truncate_existing = 5;
+inline constexpr std::uint32_t seek_begin = 0;
+inline constexpr std::uint32_t seek_current = 1;
+inline constexpr std::uint32_t seek_end = 2;
+/// What `seek` and `size` answer on failure, and for true values that look the same; the last error,
+/// 0 or not, tells them apart.
+inline constexpr std::uint32_t invalid_file_position = 0xFFFFFFFF;
+
+/// Files while they are open. Failing calls set the last error.
+struct open_files {
+    virtual ~open_files() = default;
+    /// Opens or makes a file by one of the dispositions above. `invalid_file_handle` on failure.
+    virtual file_handle create_file(const char16_t* path, std::uint32_t access, std::uint32_t share_mode,
+                                    const void* security, std::uint32_t disposition, std::uint32_t flags,
+                                    file_handle file_template) noexcept = 0;
+    virtual bool read(file_handle file, void* buffer, std::uint32_t size_in_bytes,
+                      std::uint32_t* read_in_bytes) noexcept = 0;
+    /// Writes everything or fails; `*written_in_bytes` is what reached the file.
+    virtual bool write(file_handle file, const void* bytes, std::uint32_t size_in_bytes,
+                       std::uint32_t* written_in_bytes) noexcept = 0;
+    /// Moves the position by a distance whose high half is `*distance_high` (null: `distance` is
+    /// signed and alone); answers the new position, its high half in `*distance_high`. What has no
+    /// position, such as a pipe, can be moved to its start, which does nothing.
+    virtual std::uint32_t seek(file_handle file, std::int32_t distance, std::int32_t* distance_high,
+                               std::uint32_t method) noexcept = 0;
+    /// The size, its high half in `*size_high` unless that is null.
+    virtual std::uint32_t size(file_handle file, std::uint32_t* size_high) noexcept = 0;
+    virtual bool close(file_handle file) noexcept = 0;
+};
+
+inline constexpr std::uint16_t processor_architecture_intel = 0;
+inline constexpr std::uint16_t processor_architecture_ia64 = 6;
+inline constexpr std::uint16_t processor_architecture_amd64 = 9;
+inline constexpr std::uint16_t processor_architecture_unknown = 0xFFFF;
+
+struct system_info {
+    std::uint16_t processor_architecture = processor_architecture_unknown;
+};
+
+/// The machine and the folders of its system.
+struct system_information {
+    virtual ~system_information() = default;
+    /// The machine as the process sees it.
+    virtual void info(system_info* target) noexcept = 0;
+    // Code units written without the terminator; 0 on failure, the last error telling why.
+    virtual std::uint32_t windows_folder(char16_t* target, std::uint32_t room) noexcept = 0;
+    virtual std::uint32_t system_folder(char16_t* target, std::uint32_t room) noexcept = 0;
+};
+
+/// Identifiers that are never given twice.
+struct unique_ids {
+    virtual ~unique_ids() = default;
+    /// 0 or an error code.
+    virtual std::uint32_t create(GUID* id) noexcept = 0;
+    /// A new zero-terminated text, 36 characters in lower case, that `release` frees; 0 or an error code.
+    virtual std::uint32_t to_text(const GUID* id, char16_t** text) noexcept = 0;
+    virtual void release(char16_t** text) noexcept = 0;
+};
+
+/// Transfers over a network.
+using transfer_handle = void*;
+struct transfers {
+    virtual ~transfers() = default;
+    /// Null on failure, the last error telling why.
+    virtual transfer_handle open_session(const char16_t* agent, std::uint32_t access_type, const char16_t* proxy,
+                                         const char16_t* proxy_bypass, std::uint32_t flags) noexcept = 0;
+    virtual bool close(transfer_handle handle) noexcept = 0;
 };
 
 /// A key of the machine's settings while it is open; null for none.
@@ -140,6 +262,10 @@ struct services {
     system_messages* messages;
     cw::platform::loader* libraries;
     file_system* files;
+    open_files* open;
+    system_information* system;
+    unique_ids* ids;
+    cw::platform::transfers* network;
     machine_settings* machine;
     user_settings* user;
     class_registry* classes;

@@ -37,6 +37,7 @@ struct placed_loader final : platform::loader {
     }
     void* load_library(const char16_t* path) noexcept override { return real->load_library(path); }
     void* find_export(void* library, const char* name) noexcept override { return real->find_export(library, name); }
+    void* module_handle(const char16_t* name) noexcept override { return real->module_handle(name); }
     std::u16string load_failure() override { return real->load_failure(); }
 };
 
@@ -161,6 +162,7 @@ TEST_F(real_libraries, are_loaded_in_their_folder)
             return real.load_library(path);
         }
         void* find_export(void* library, const char* name) noexcept override { return real.find_export(library, name); }
+        void* module_handle(const char16_t* name) noexcept override { return real.module_handle(name); }
         std::u16string load_failure() override { return real.load_failure(); }
     } watching(loader);
     platform::services watched = platform::current();

@@ -3,6 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <sys/mman.h>
+#include <tuple>
+#include <unistd.h>
+
 namespace {
 
 using namespace cw::platform;
@@ -147,6 +152,58 @@ TEST_F(icu_code_pages, a_room_that_fits_exactly_is_enough)
     EXPECT_EQ(pages->to_narrow(65001, u"\u20AC", 1, bytes, 3), 3);
     char16_t text[3];
     EXPECT_EQ(pages->to_wide(1252, "abc", 3, text, 3), 3);
+}
+
+/// A text of one character over and over, which takes little memory however long it is.
+class endless_text {
+public:
+    explicit endless_text(char16_t character, std::size_t length)
+        : m_sizeInBytes((length * sizeof(char16_t) / piece_in_bytes + 1) * piece_in_bytes)
+    {
+        const int memory = memfd_create("text", MFD_CLOEXEC);
+        const std::u16string piece(piece_in_bytes / sizeof(char16_t), character);
+        const bool is_written = write(memory, piece.data(), piece_in_bytes) == ssize_t{piece_in_bytes};
+        m_start = mmap(nullptr, m_sizeInBytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        m_isThere = is_written && m_start != MAP_FAILED;
+        for (std::size_t at = 0; m_isThere && at < m_sizeInBytes; at += piece_in_bytes)
+            m_isThere = mmap(static_cast<char*>(m_start) + at, piece_in_bytes, PROT_READ, MAP_SHARED | MAP_FIXED,
+                             memory, 0) != MAP_FAILED;
+        close(memory);
+    }
+    ~endless_text()
+    {
+        if (m_start != MAP_FAILED)
+            munmap(m_start, m_sizeInBytes);
+    }
+    endless_text(const endless_text&) = delete;
+    endless_text& operator=(const endless_text&) = delete;
+
+    /// Null where the system does not give it.
+    [[nodiscard]] const char16_t* data() const { return m_isThere ? static_cast<const char16_t*>(m_start) : nullptr; }
+
+private:
+    static constexpr std::size_t piece_in_bytes = 1 << 21;
+    std::size_t m_sizeInBytes;
+    void* m_start = MAP_FAILED;
+    bool m_isThere = false;
+};
+
+TEST_F(icu_code_pages, more_bytes_than_can_be_counted_are_a_failure)
+{
+    // Three bytes for each character are more than an int counts, or 2 as 32 bits tell it; four are 0.
+    constexpr int over_2_gib = INT_MAX / 3 + 1;
+    constexpr int around_to_2 = static_cast<int>((std::int64_t{1} << 32) / 3 + 1);
+    constexpr int around_to_0 = 1 << 30;
+    const endless_text text(u'\u4E2D', around_to_2);
+    if (!text.data())
+        GTEST_SKIP() << "the system does not give so many addresses";
+    char bytes[4];
+    for (const auto& [page, length, room] :
+         {std::tuple{65001u, over_2_gib, 0}, {65001u, around_to_2, 4}, {54936u, around_to_0, 4}}) {
+        set_last_error(0);
+        EXPECT_EQ(pages->to_narrow(page, text.data(), length, room ? bytes : nullptr, room), 0) << length;
+        EXPECT_EQ(get_last_error(), error_arithmetic_overflow) << length;
+    }
 }
 
 TEST_F(icu_code_pages, what_cannot_be_expressed_is_replaced)

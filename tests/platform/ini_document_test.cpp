@@ -1,12 +1,16 @@
 #include "platform/ini_document.h"
 
+#include "tests/support/surroundings.h"
 #include "tests/support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace {
 
 using cw::platform::ini_document;
+using cw::test_support::open_descriptors;
 
 constexpr const char* sample = "; made by hand\n"
                                "loose=1\n"
@@ -103,6 +107,32 @@ TEST(read_whole_file, tells_absence_from_emptiness)
               std::string("a\0b\r\n", 5));
     EXPECT_EQ(cw::platform::read_whole_file(folder.file("absent")), std::nullopt);
     EXPECT_EQ(cw::platform::read_whole_file(folder.path()), std::nullopt);
+}
+
+TEST(read_whole_file, takes_nothing_but_files)
+{
+    const cw::test_support::temporary_folder folder;
+    const std::ptrdiff_t open_before = open_descriptors();
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(cw::platform::read_whole_file(folder.file("pipe")), std::nullopt);
+    for (const char* device : {"/dev/zero", "/dev/null", "/dev/tty"})
+        EXPECT_EQ(cw::platform::read_whole_file(device), std::nullopt) << device;
+    folder.write("file", "a=1");
+    std::filesystem::create_symlink("file", folder.path() / "link");
+    EXPECT_EQ(cw::platform::read_whole_file(folder.file("link")), "a=1");
+    EXPECT_EQ(open_descriptors(), open_before);
+}
+
+TEST(read_whole_file, takes_files_of_up_to_one_mebibyte)
+{
+    const cw::test_support::temporary_folder folder;
+    const std::ptrdiff_t open_before = open_descriptors();
+    const std::string longest(1 << 20, 'x');
+    EXPECT_TRUE(cw::platform::read_whole_file(folder.write("longest", longest)) == longest);
+    EXPECT_EQ(cw::platform::read_whole_file(folder.write("longer", longest + "x")), std::nullopt);
+    // One that is made as it is read is longer than its size tells.
+    EXPECT_GT(cw::platform::read_whole_file("/proc/self/status").value_or("").size(), 0u);
+    EXPECT_EQ(open_descriptors(), open_before);
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace {
 
 using namespace cw::platform;
@@ -45,6 +47,18 @@ TEST(ini_machine_settings, the_file_has_the_last_word)
     const auto settings = make_ini_machine_settings(file, u"/opt/viewer/lib");
     EXPECT_EQ(value_of(*settings, current_version, u"CommonFilesDir"), u"C:\\Common Files\\");
     EXPECT_EQ(value_of(*settings, u"OWN\\KEY", u"NAME"), std::u16string(u"\u00E9") + char16_t(0xDCFF));
+}
+
+TEST(ini_machine_settings, what_is_no_file_of_settings_counts_as_an_empty_one)
+{
+    const temporary_folder folder;
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    const std::string entry = "[SOFTWARE\\Microsoft\\Windows\\CurrentVersion]\nCommonFilesDir=/of/the/file\n";
+    const std::string padding = std::string(1 << 20, ';') + "\n";
+    for (const std::string& file :
+         {folder.file("pipe"), std::string("/dev/zero"), folder.path().native(), folder.write("long", entry + padding)})
+        EXPECT_EQ(value_of(*make_ini_machine_settings(file, u"/lib"), current_version, u"CommonFilesDir"), u"/lib")
+            << file;
 }
 
 TEST(ini_machine_settings, an_installation_that_is_not_known_has_no_entry)

@@ -1,5 +1,6 @@
 #include "platform/last_error.h"
 #include "platform/posix_services.h"
+#include "platform/system_module.h"
 #include "platform/utf8.h"
 
 #include "tests/support/temporary_folder.h"
@@ -107,6 +108,34 @@ TEST_F(posix_loader, leaves_a_bare_name_to_the_system)
     // An empty name would be the program itself.
     EXPECT_EQ(error_of_load(u""), error_mod_not_found);
     EXPECT_EQ(reason, "no file name was given");
+}
+
+TEST_F(posix_loader, has_the_system_s_module)
+{
+    void* module = libraries->module_handle(u"kernel32.dll");
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(libraries->module_handle(u"KERNEL32"), module);
+    void* found = libraries->find_export(module, "CreateFileW");
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found, find_system_entry("CreateFileW"));
+    set_last_error(0);
+    EXPECT_EQ(libraries->find_export(module, "CreateFileA"), nullptr);
+    EXPECT_EQ(get_last_error(), error_proc_not_found);
+}
+
+TEST_F(posix_loader, knows_the_modules_that_are_loaded)
+{
+    EXPECT_NE(libraries->module_handle(u"libc.so.6"), nullptr);
+    std::filesystem::copy_file(CW_TEST_LOADABLE, folder.path() / "own.dll");
+    const std::u16string path = folder.wide_file("own.dll");
+    for (const std::u16string& name : {path, std::u16string(u"no-such-library.dll"), std::u16string()}) {
+        set_last_error(0);
+        EXPECT_EQ(libraries->module_handle(name.c_str()), nullptr);
+        EXPECT_EQ(get_last_error(), error_mod_not_found);
+    }
+    void* library = libraries->load_library(path.c_str());
+    ASSERT_NE(library, nullptr);
+    EXPECT_EQ(libraries->module_handle(path.c_str()), library);
 }
 
 } // namespace

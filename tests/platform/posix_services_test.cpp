@@ -19,6 +19,10 @@ TEST(posix_services, has_every_member)
     EXPECT_NE(set.messages, nullptr);
     EXPECT_NE(set.libraries, nullptr);
     EXPECT_NE(set.files, nullptr);
+    EXPECT_NE(set.open, nullptr);
+    EXPECT_NE(set.system, nullptr);
+    EXPECT_NE(set.ids, nullptr);
+    EXPECT_NE(set.network, nullptr);
     EXPECT_NE(set.machine, nullptr);
     EXPECT_NE(set.user, nullptr);
     EXPECT_NE(set.classes, nullptr);

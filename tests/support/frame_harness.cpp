@@ -85,6 +85,14 @@ std::u16string library_folder::load_failure()
     return m_real.load_failure();
 }
 
+std::uint32_t files_of_test::temp_folder(char16_t* target, std::uint32_t room) noexcept
+{
+    const std::u16string path = copy_cut(m_tempFolder, room);
+    path.copy(target, path.size());
+    target[path.size()] = 0;
+    return static_cast<std::uint32_t>(path.size());
+}
+
 frame_harness::frame_harness() : m_inUse(made()), m_application(*this)
 {
     forget_loaded_libraries();
@@ -103,6 +111,7 @@ platform::services frame_harness::made()
 {
     platform::services set = platform::current();
     set.libraries = &libraries;
+    set.files = &files;
     set.machine = &machine;
     set.user = &settings;
     return set;

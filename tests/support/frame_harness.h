@@ -5,6 +5,7 @@
 #include "app/application.h"
 #include "framework/headless_toolkit.h"
 #include "framework/scripted_services.h"
+#include "tests/support/forwarding_files.h"
 #include "tests/support/scripted_services.h"
 #include "tests/support/temporary_folder.h"
 
@@ -50,12 +51,24 @@ public:
     std::uint32_t module_file_name(char16_t* target, std::uint32_t room) noexcept override;
     void* load_library(const char16_t* path) noexcept override;
     void* find_export(void* library, const char* name) noexcept override;
+    void* module_handle(const char16_t* name) noexcept override { return m_real.module_handle(name); }
     std::u16string load_failure() override;
 
 private:
     const temporary_folder& m_folder;
     platform::loader& m_real;
     std::map<std::u16string, dll_get_class_object> m_entryPoints;
+};
+
+/// The real files, with temporary ones in the folder `temp` of the test's own folder, which nobody has
+/// made yet.
+class files_of_test final : public forwarding_file_system {
+public:
+    explicit files_of_test(const temporary_folder& folder) : m_tempFolder(folder.wide_file("temp") + u"/") {}
+    std::uint32_t temp_folder(char16_t* target, std::uint32_t room) noexcept override;
+
+private:
+    std::u16string m_tempFolder;
 };
 
 /// A program, its person and its surroundings. User settings live as long as the object.
@@ -104,6 +117,7 @@ public:
 
     temporary_folder folder;
     library_folder libraries{folder};
+    files_of_test files{folder};
     call_log platform_calls;
     scripted_machine_settings machine{platform_calls};
     platform::memory_user_settings settings;
