@@ -43,9 +43,10 @@ void store_number(const typed_row& row, unsigned column, std::string_view name, 
     value.vt = VT_I2;
 }
 
+/// What was not recorded is empty, and never a null text: in reports that would read as "False".
 void store_text(const typed_row& row, unsigned column, VARIANT& value)
 {
-    value.bstrVal = row.is_null(column) ? nullptr : storage::to_bstr(row.any_text(column)).detach();
+    value.bstrVal = storage::to_bstr(row.is_null(column) ? std::string_view() : row.any_text(column)).detach();
     value.vt = VT_BSTR;
 }
 
@@ -53,8 +54,6 @@ void store_text(const typed_row& row, unsigned column, VARIANT& value)
 void store_converted(const typed_row& row, unsigned column, VARIANT& value)
 {
     switch (row.type(column)) {
-    case SQLITE_NULL:
-        break;
     case SQLITE_INTEGER: {
         const std::int64_t number = row.integer(column);
         value.llVal = number;

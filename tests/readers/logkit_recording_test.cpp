@@ -62,8 +62,8 @@ protected:
         ASSERT_TRUE(document);
         const lines all = records(main_feature(document.get()).get(), log_operation_type::general);
         ASSERT_EQ(all.size(), 500u);
-        EXPECT_EQ(all.front(), "\"o0\" null");
-        EXPECT_EQ(all.back(), "\"o499\" null");
+        EXPECT_EQ(all.front(), "\"o0\" \"\"");
+        EXPECT_EQ(all.back(), "\"o499\" \"\"");
     }
     /// A log of 300 operations, 200 of them only in the file beside it.
     [[nodiscard]] std::string written_ahead(bool with_index) const
@@ -92,7 +92,7 @@ TEST_F(logkit_recording, goes_on_while_a_list_is_walked)
     for (LONG i = 0; found->Count(&count) == S_OK && i < count; ++i) {
         SAFEARRAY* record = nullptr;
         ASSERT_EQ(found->Next(&position, &record), S_OK) << last_error();
-        EXPECT_EQ(shown(record), "\"o" + std::to_string(i) + "\" null");
+        EXPECT_EQ(shown(record), "\"o" + std::to_string(i) + "\" \"\"");
         if (i % 100 == 50 && rows < 1500) {
             EXPECT_EQ(recorder.result_of(general_rows(rows, rows + 100)), SQLITE_OK);
             rows += 100;
@@ -110,7 +110,7 @@ TEST_F(logkit_recording, lists_that_were_empty_find_rows_later)
     const operations found = list(main.get(), log_operation_type::general);
     EXPECT_EQ(records(found.get()), lines{});
     sql_file(path).run(general_rows(0, 2));
-    EXPECT_EQ(records(found.get()), (lines{"\"o0\" null", "\"o1\" null"}));
+    EXPECT_EQ(records(found.get()), (lines{"\"o0\" \"\"", "\"o1\" \"\""}));
     EXPECT_EQ(records(main.get(), log_operation_type::general).size(), 2u);
 }
 
@@ -155,7 +155,7 @@ TEST_F(logkit_recording, a_rolled_back_change_leaves_no_trace)
                        "ROLLBACK;");
     const lines all = records(found.get());
     ASSERT_EQ(all.size(), 300u);
-    EXPECT_EQ(all[299], "\"o299\" null");
+    EXPECT_EQ(all[299], "\"o299\" \"\"");
 }
 
 TEST_F(logkit_recording, broken_off_is_undone_in_a_copy)
@@ -176,7 +176,7 @@ TEST_F(logkit_recording, broken_off_is_undone_in_a_copy)
         const feature main = main_feature(document.get());
         const lines all = records(main.get(), log_operation_type::general);
         EXPECT_EQ(all.size(), 500u);
-        EXPECT_EQ(all.back(), "\"o499\" null");
+        EXPECT_EQ(all.back(), "\"o499\" \"\"");
         EXPECT_EQ(contents(), before);
     }
     EXPECT_EQ(contents(), before);
@@ -268,7 +268,7 @@ TEST_F(logkit_recording, changes_of_a_recorder_at_work_are_there)
         EXPECT_EQ(recorder.result_of("PRAGMA wal_checkpoint(TRUNCATE)"), SQLITE_OK);
         const lines all = records(found.get());
         ASSERT_EQ(all.size(), static_cast<std::size_t>(rows) + 100);
-        EXPECT_EQ(all.back(), "\"o" + std::to_string(rows + 99) + "\" null");
+        EXPECT_EQ(all.back(), "\"o" + std::to_string(rows + 99) + "\" \"\"");
     }
 }
 
@@ -300,7 +300,7 @@ TEST_F(logkit_recording, changes_that_a_killed_recorder_left_are_there)
             ASSERT_TRUE(document);
             const lines all = records(main_feature(document.get()).get(), log_operation_type::general);
             EXPECT_EQ(all.size(), 300u);
-            EXPECT_EQ(all.back(), "\"o299\" null");
+            EXPECT_EQ(all.back(), "\"o299\" \"\"");
             EXPECT_EQ(contents(), before);
         };
         check();
@@ -373,7 +373,7 @@ TEST_F(logkit_recording, one_that_comes_back_to_what_it_left_is_noticed)
         is_told = result == failure(35);
         ASSERT_TRUE(is_told || result == S_OK) << last_error();
         if (!is_told) {
-            EXPECT_EQ(shown(record), "\"o" + std::to_string(i) + "\" null");
+            EXPECT_EQ(shown(record), "\"o" + std::to_string(i) + "\" \"\"");
         }
     }
     EXPECT_EQ(records(open_main(path).get(), log_operation_type::general).size(), 2000u);
@@ -394,7 +394,7 @@ TEST_F(logkit_recording, a_log_whose_changes_are_all_brought_in_makes_no_files)
     LONG position = 0;
     SAFEARRAY* record = nullptr;
     const HRESULT result = found->Next(&position, &record);
-    EXPECT_TRUE(result == failure(35) || (result == S_OK && shown(record) == "\"o0\" null")) << last_error();
+    EXPECT_TRUE(result == failure(35) || (result == S_OK && shown(record) == "\"o0\" \"\"")) << last_error();
 }
 
 TEST_F(logkit_recording, a_change_of_the_way_to_write_is_followed)

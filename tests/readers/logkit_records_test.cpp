@@ -14,16 +14,16 @@ TEST_F(logkit_records, of_every_type)
     const feature main = main_feature(document.get());
     namespace types = log_operation_type;
     EXPECT_EQ(records(main.get(), types::file),
-              (lines{R"("/opt/a" "a.bin" yes no no yes)", R"("/opt/b" null no yes no yes "surplus" yes)"}));
+              (lines{R"("/opt/a" "a.bin" yes no no yes)", R"("/opt/b" "" no yes no yes "surplus" yes)"}));
     EXPECT_EQ(records(child(child(main.get(), 2).get(), 1).get(), types::file), lines{R"("/deep" "d" no no yes no)"});
     EXPECT_EQ(records(child(main.get(), 1).get(), types::shell), lines{R"("Programs" "Tool" yes no)"});
-    EXPECT_EQ(records(main.get(), types::registry), lines{R"("Software\X" "Name" null i2:2 yes no yes)"});
-    EXPECT_EQ(records(main.get(), types::registry64), lines{R"("Software\Y" empty "far" i2:0 no yes no i4:512)"});
+    EXPECT_EQ(records(main.get(), types::registry), lines{R"("Software\X" "Name" "" i2:2 yes no yes)"});
+    EXPECT_EQ(records(main.get(), types::registry64), lines{R"("Software\Y" "" "far" i2:0 no yes no i4:512)"});
     EXPECT_EQ(records(main.get(), types::progman), lines{R"("Group" "Item" "run" yes)"});
     EXPECT_EQ(records(main.get(), types::ini), lines{R"("/etc/x.ini" "main" "key" "value" yes no)"});
     EXPECT_EQ(records(main.get(), types::filereg), lines{R"("/opt/a" "a.so" yes)"});
     EXPECT_EQ(records(main.get(), types::dotnet), lines{R"("/opt/a" "a.dll" i2:3 no yes)"});
-    EXPECT_EQ(records(main.get(), types::general), (lines{R"("Restart" "later")", R"("Done" null)"}));
+    EXPECT_EQ(records(main.get(), types::general), (lines{R"("Restart" "later")", R"("Done" "")"}));
     EXPECT_EQ(records(main.get(), u"OPTYPE_SERVICE"), (lines{R"("service" i4:7)", ""}));
     EXPECT_EQ(records(main.get(), types::shell), lines{});
 }
@@ -45,15 +45,15 @@ TEST_F(logkit_records, nothing_said_fills_the_documented_elements)
         rows += "INSERT INTO " + std::string(table.name) + " (feature, position) VALUES (1, 0);";
     const feature main = open_main(write_log(plain_log() + rows));
     namespace types = log_operation_type;
-    EXPECT_EQ(records(main.get(), types::file), lines{"null null no no no no"});
-    EXPECT_EQ(records(main.get(), types::shell), lines{"null null no no"});
-    EXPECT_EQ(records(main.get(), types::registry), lines{"null empty null i2:-1 no no no"});
-    EXPECT_EQ(records(main.get(), types::registry64), lines{"null empty null i2:-1 no no no empty"});
-    EXPECT_EQ(records(main.get(), types::progman), lines{"null null null no"});
-    EXPECT_EQ(records(main.get(), types::ini), lines{"null null null null no no"});
-    EXPECT_EQ(records(main.get(), types::filereg), lines{"null null no"});
-    EXPECT_EQ(records(main.get(), types::dotnet), lines{"null null i2:0 no no"});
-    EXPECT_EQ(records(main.get(), types::general), lines{"null null"});
+    EXPECT_EQ(records(main.get(), types::file), lines{"\"\" \"\" no no no no"});
+    EXPECT_EQ(records(main.get(), types::shell), lines{"\"\" \"\" no no"});
+    EXPECT_EQ(records(main.get(), types::registry), lines{"\"\" \"\" \"\" i2:-1 no no no"});
+    EXPECT_EQ(records(main.get(), types::registry64), lines{"\"\" \"\" \"\" i2:-1 no no no \"\""});
+    EXPECT_EQ(records(main.get(), types::progman), lines{"\"\" \"\" \"\" no"});
+    EXPECT_EQ(records(main.get(), types::ini), lines{"\"\" \"\" \"\" \"\" no no"});
+    EXPECT_EQ(records(main.get(), types::filereg), lines{"\"\" \"\" no"});
+    EXPECT_EQ(records(main.get(), types::dotnet), lines{"\"\" \"\" i2:0 no no"});
+    EXPECT_EQ(records(main.get(), types::general), lines{"\"\" \"\""});
 }
 
 TEST_F(logkit_records, flags_are_true_or_false_whatever_is_stored)
@@ -82,10 +82,9 @@ TEST_F(logkit_records, converted_texts_keep_what_they_are)
                                 "(1, 0, 'text', ''), (1, 1, 2147483647, -2147483648), (1, 2, 2147483648, -2147483649),"
                                 "(1, 3, 1.25, 9223372036854775807), (1, 4, x'41', NULL);"));
     EXPECT_EQ(records(main.get(), log_operation_type::registry64),
-              (lines{R"(null "text" null i2:-1 no no no "")", "null i4:2147483647 null i2:-1 no no no i4:-2147483648",
-                     "null i8:2147483648 null i2:-1 no no no i8:-2147483649",
-                     "null r8:1.250000 null i2:-1 no no no i8:9223372036854775807",
-                     R"(null "A" null i2:-1 no no no empty)"}));
+              (lines{R"("" "text" "" i2:-1 no no no "")", "\"\" i4:2147483647 \"\" i2:-1 no no no i4:-2147483648",
+                     "\"\" i8:2147483648 \"\" i2:-1 no no no i8:-2147483649",
+                     "\"\" r8:1.250000 \"\" i2:-1 no no no i8:9223372036854775807", R"("" "A" "" i2:-1 no no no "")"}));
 }
 
 TEST_F(logkit_records, numbers_up_to_their_limits)
@@ -102,10 +101,10 @@ TEST_F(logkit_records, numbers_up_to_their_limits)
     namespace types = log_operation_type;
     for (const char* number : {"-32768", "-1", "0", "7", "32767"})
         EXPECT_EQ(records(hive(number).get(), types::registry),
-                  lines{"null empty null i2:" + std::string(number) + " no no no"});
+                  lines{"\"\" \"\" \"\" i2:" + std::string(number) + " no no no"});
     for (const char* number : {"-999", "0", "9999"})
         EXPECT_EQ(records(assembly(number).get(), types::dotnet),
-                  lines{"null null i2:" + std::string(number) + " no no"});
+                  lines{"\"\" \"\" i2:" + std::string(number) + " no no"});
     const auto refuse = [](const feature& main, std::u16string_view type, std::string_view told) {
         const operations found = list(main.get(), type);
         LONG position = 0;
@@ -216,8 +215,8 @@ TEST_F(logkit_lists, there_is_one_for_every_name)
 TEST_F(logkit_lists, a_known_type_needs_no_entry_among_the_types)
 {
     const feature main = open_main(write_log(rich_log() + "DELETE FROM operation_type;"));
-    EXPECT_EQ(records(main.get(), log_operation_type::general), (lines{R"("Restart" "later")", R"("Done" null)"}));
-    EXPECT_EQ(records(main.get(), log_operation_type::file)[1], R"("/opt/b" null no yes no yes)");
+    EXPECT_EQ(records(main.get(), log_operation_type::general), (lines{R"("Restart" "later")", R"("Done" "")"}));
+    EXPECT_EQ(records(main.get(), log_operation_type::file)[1], R"("/opt/b" "" no yes no yes)");
     EXPECT_EQ(records(main.get(), u"OPTYPE_SERVICE"), lines{});
 }
 
@@ -304,7 +303,7 @@ TEST_F(logkit_lists, fill_one_array_for_all_records)
     ASSERT_EQ(found->Next(&position, &first), S_OK);
     ASSERT_EQ(found->Next(&position, &second), S_OK);
     EXPECT_EQ(first, second);
-    EXPECT_EQ(shown(second), R"("Done" null)");
+    EXPECT_EQ(shown(second), R"("Done" "")");
 }
 
 TEST_F(logkit_lists, an_array_that_is_locked_is_left_alone)
@@ -322,14 +321,14 @@ TEST_F(logkit_lists, an_array_that_is_locked_is_left_alone)
         SAFEARRAY* record = nullptr;
         ASSERT_EQ(found->Next(&position, &record), S_OK);
         EXPECT_NE(record, held);
-        EXPECT_EQ(shown(record), "\"o" + std::to_string(i) + "\" null");
+        EXPECT_EQ(shown(record), "\"o" + std::to_string(i) + "\" \"\"");
     }
     EXPECT_EQ(shown(*static_cast<VARIANT*>(data)), "\"o0\"");
     EXPECT_EQ(SafeArrayUnaccessData(held), S_OK);
     position = 4;
     SAFEARRAY* record = nullptr;
     EXPECT_EQ(found->Next(&position, &record), S_OK);
-    EXPECT_EQ(shown(record), "\"o4\" null");
+    EXPECT_EQ(shown(record), "\"o4\" \"\"");
 }
 
 TEST_F(logkit_lists, of_one_feature_do_not_disturb_each_other)
@@ -347,12 +346,12 @@ TEST_F(logkit_lists, of_one_feature_do_not_disturb_each_other)
         SAFEARRAY* one = nullptr;
         ASSERT_EQ(first->Next(&ahead, &one), S_OK);
         const std::string number = std::to_string(i);
-        EXPECT_EQ(shown(one), "\"o" + number + "\" null i4:" + number);
+        EXPECT_EQ(shown(one), "\"o" + number + "\" \"\" i4:" + number);
         if (i % 2 == 0)
             continue;
         SAFEARRAY* other = nullptr;
         ASSERT_EQ(second->Next(&behind, &other), S_OK);
-        EXPECT_EQ(shown(other), "\"o" + std::to_string(i / 2) + "\" null i4:" + std::to_string(i / 2));
+        EXPECT_EQ(shown(other), "\"o" + std::to_string(i / 2) + "\" \"\" i4:" + std::to_string(i / 2));
     }
 }
 
