@@ -58,7 +58,7 @@ com_ptr<IDispatch> setup_type_object::features()
             belonging.insert(query.integer(0));
         auto tree = std::make_shared<setup_type_tree>();
         std::size_t placed = 0;
-        for (const ordered_feature& feature : m_media->feature_order()) {
+        for (const ordered_row& feature : m_media->feature_order()) {
             if (!belonging.contains(feature.id))
                 continue;
             (*tree)[belonging.contains(feature.parent) ? feature.parent : 0].push_back(feature.id);

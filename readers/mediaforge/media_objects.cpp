@@ -1,5 +1,6 @@
 #include "readers/mediaforge/media_objects.h"
 
+#include "readers/mediaforge/report.h"
 #include "readers/storage/text.h"
 
 #include <new>
@@ -69,6 +70,16 @@ automation::variant settings_object::old_versions()
         if (FAILED(SafeArrayPutElement(result.parray, &i, texts[static_cast<std::size_t>(i)].get())))
             throw std::bad_alloc();
     return result;
+}
+
+automation::bstr report_object::first_part()
+{
+    return report_first_part(*m_media);
+}
+
+automation::bstr report_object::second_part()
+{
+    return report_second_part(*m_media);
 }
 
 } // namespace cw::mediaforge

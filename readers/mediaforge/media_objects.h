@@ -67,8 +67,8 @@ public:
 class report_object final : public automation::dispatch_object<report_object> {
 public:
     explicit report_object(media_handle media) noexcept : m_media(std::move(media)) {}
-    std::u16string first_part() { return {}; }
-    std::u16string second_part() { return {}; }
+    automation::bstr first_part();
+    automation::bstr second_part();
 
     static constexpr IID iid = IID_NULL;
     static constexpr std::u16string_view name = media_report::interface_name;

@@ -4,6 +4,7 @@
 
 #include "readers/mediaforge/errors.h"
 #include "readers/mediaforge/header_rows.h"
+#include "readers/mediaforge/tree_order.h"
 #include "readers/mediaforge/volumes.h"
 
 #include <memory>
@@ -11,12 +12,6 @@
 #include <vector>
 
 namespace cw::mediaforge {
-
-/// A feature in the order of the whole tree: parents before children, siblings by position.
-struct ordered_feature {
-    std::int64_t id;
-    std::int64_t parent;
-};
 
 class media_store {
 public:
@@ -30,7 +25,12 @@ public:
 
     [[nodiscard]] row_cursor& operator[](rows id) noexcept { return m_rows[id]; }
     [[nodiscard]] std::int32_t count(rows id, const row_key& key) { return m_rows.count(id, key); }
-    [[nodiscard]] const std::vector<ordered_feature>& feature_order();
+    /// All features in the order of the whole tree.
+    [[nodiscard]] const std::vector<ordered_row>& feature_order();
+    /// For queries of one's own, beside the shared ones above.
+    [[nodiscard]] storage::database& source() noexcept { return *m_database; }
+    /// Whether it is a cabinet without a header, which tells little of its files.
+    [[nodiscard]] bool is_plain_cabinet() const noexcept { return m_isPlainCabinet; }
 
     /// Writes a file of the media to `target`. A failure leaves nothing there, is kept as the last
     /// error and thrown.
@@ -43,7 +43,8 @@ private:
     header_rows m_rows;
     volumes m_volumes;
     std::shared_ptr<error_record> m_lastError;
-    std::vector<ordered_feature> m_featureOrder;
+    std::vector<ordered_row> m_featureOrder;
+    bool m_isPlainCabinet = false;
 };
 
 using media_handle = std::shared_ptr<media_store>;
