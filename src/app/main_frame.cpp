@@ -4,6 +4,7 @@
 
 #include "app/menus.h"
 #include "app/view_filters.h"
+#include "fileio/file_operations.h"
 #include "platform/services.h"
 
 #include <array>
@@ -51,7 +52,8 @@ struct frame_maps {
         {ID_VIEW_FEATURES, ID_VIEW_MEDIA_SETTINGS, &CMainFrame::OnViewFilter, &CMainFrame::OnUpdateViewFilter},
         {ID_VIEW_EXPERT_MODE, ID_VIEW_EXPERT_MODE, &CMainFrame::OnExpertMode, &CMainFrame::OnUpdateExpertMode},
         {ID_EDIT_COPY_ROW, ID_EDIT_COPY_ROW, &CMainFrame::OnCopy, &CMainFrame::OnUpdateCopy},
-        {ID_TOOLS_REPORT, ID_TOOLS_REPORT, nullptr, &CMainFrame::OnUpdateCopy},
+        {ID_FILE_SAVE, ID_FILE_SAVE, &CMainFrame::OnSave, nullptr},
+        {ID_TOOLS_REPORT, ID_TOOLS_REPORT, &CMainFrame::OnReport, &CMainFrame::OnUpdateCopy},
         {ID_TOOLS_EXTRACT, ID_TOOLS_EXTRACT, &CMainFrame::OnExtractFile, &CMainFrame::OnUpdateExtractFile},
     });
 
@@ -148,10 +150,8 @@ int CMainFrame::OnCreate()
 
 void CMainFrame::OnClose()
 {
-    if (!m_reportPath.empty()) {
-        const string report(m_reportPath);
-        platform::current().files->delete_file(report.c_str());
-    }
+    if (!m_reportPath.empty())
+        delete_file(m_reportPath);
     Toolkit().save_command_bars(command_bars_name);
     platform::current().user->write_number(settings_section, settings_mode, m_expertMode ? 1 : 0);
     CXTPFrameWnd::OnClose();

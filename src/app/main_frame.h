@@ -12,6 +12,7 @@
 #include "framework/tree_control.h"
 #include "media/column_sets.h"
 #include "media/nav_node.h"
+#include "platform/services.h"
 
 #include <cstdint>
 #include <functional>
@@ -112,6 +113,23 @@ public:
     void ShowGeneralOperations(HTREEITEM item);
     void ShowDotNetOperations(HTREEITEM item);
 
+    // ---- the report of a log: log/log_report.cpp ----------------------------------------------
+    /// Writes the open log as a text to `path`, in place of what is there: UTF-16 without a mark.
+    /// Nothing where nothing was opened. A file that cannot be made or written is told to nobody; an
+    /// error of the library is thrown, and ends the report behind the last whole section.
+    void WriteLogReport(const string& path);
+    /// Writes the sections of a feature and of everything below it.
+    void WriteFeatureSection(IFeatureLog* feature, const string& parent_name, platform::file_handle file);
+    void AppendFeatureProperties(IFeatureLog* feature, string& text);
+    void AppendFeatureOperations(IFeatureLog* feature, string& text);
+    void AppendOperationRows(IOperationList* operations, string& text);
+
+    // ---- report and save: log/report_commands.cpp ---------------------------------------------
+    void OnReport(std::uint32_t id);
+    void OnSave(std::uint32_t id);
+    /// The report that the library of the open media has composed.
+    [[nodiscard]] string MediaReport() const;
+
     // ---- the one way out of a media: media/extract_file.cpp -----------------------------------
     void OnExtractFile(std::uint32_t id);
     void OnUpdateExtractFile(command_ui& ui);
@@ -157,6 +175,8 @@ private:
     friend struct frame_maps;
     friend struct frame_access; // tests look at members that have no reader
 
+    /// Writes the section of one feature.
+    void WriteSectionOf(IFeatureLog* feature, const string& parent_name, platform::file_handle file);
     bool OpenLogFile(const string& path);
     bool OpenMediaFile(const string& path, const automation::com_ptr<IDispatch>& previous_media);
     void ReportOpenError();

@@ -116,6 +116,9 @@ class operation_record {
 public:
     explicit operation_record(SAFEARRAY* elements) : m_elements(elements, VT_VARIANT) {}
 
+    /// Number of elements, those that no layout knows included.
+    [[nodiscard]] std::size_t size() const noexcept { return m_elements.size(); }
+
     /// The text as it lies there. An element of another type, which the contract does not allow, has none.
     [[nodiscard]] std::u16string_view text(const log_element& element) const noexcept;
     /// Whether the low 16 bits of the value field are not zero, whatever its type.
@@ -133,6 +136,13 @@ private:
 
     locked_array m_elements;
 };
+
+/// The registry hive of a code; empty where the code has none.
+[[nodiscard]] constexpr std::u16string_view hive_name(std::int16_t code) noexcept
+{
+    const auto index = static_cast<std::size_t>(code);
+    return code >= 0 && index < log_hive_names.size() ? log_hive_names[index] : std::u16string_view();
+}
 
 /// Calls `work(row, record)` for the records from row 0 on. The count is read anew before each.
 template <class Work>

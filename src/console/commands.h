@@ -22,6 +22,7 @@ void add_show_command(CLI::App& app, action& chosen);
 void add_session_command(CLI::App& app, action& chosen);
 void add_build_command(CLI::App& app, action& chosen);
 void add_extract_command(CLI::App& app, action& chosen);
+void add_report_command(CLI::App& app, action& chosen);
 void add_record_command(CLI::App& app, action& chosen);
 void add_import_dpkg_command(CLI::App& app, action& chosen);
 void add_readers_command(CLI::App& app, action& chosen);

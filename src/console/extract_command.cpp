@@ -5,15 +5,15 @@
 #include "console/extract_folder.h"
 #include "console/open_input.h"
 #include "console/progress_line.h"
+#include "console/reader_reason.h"
 #include "console/safe_path.h"
 #include "console/safe_text.h"
+#include "console/stop_guard.h"
 #include "platform/utf8.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <array>
-#include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -34,64 +34,15 @@ struct extract_arguments {
     bool force = false;
 };
 
-volatile std::sig_atomic_t stop_signal = 0;
-
-/// Lets the file at hand be finished or taken away before a signal ends the program. A second one
-/// ends it at once.
-class stop_guard {
-public:
-    stop_guard()
-    {
-        stop_signal = 0;
-        struct sigaction action {};
-        action.sa_handler = [](int number) { stop_signal = number; };
-        action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
-        for (std::size_t i = 0; i < numbers.size(); ++i) {
-            sigaction(numbers[i], nullptr, &m_before[i]);
-            if (m_before[i].sa_handler != SIG_IGN)
-                sigaction(numbers[i], &action, nullptr);
-        }
-    }
-    ~stop_guard()
-    {
-        for (std::size_t i = 0; i < numbers.size(); ++i)
-            sigaction(numbers[i], &m_before[i], nullptr);
-    }
-    stop_guard(const stop_guard&) = delete;
-    stop_guard& operator=(const stop_guard&) = delete;
-
-    [[nodiscard]] static bool is_asked() noexcept { return stop_signal != 0; }
-
-private:
-    static constexpr auto numbers = std::to_array<int>({SIGINT, SIGTERM, SIGHUP});
-    std::array<struct sigaction, numbers.size()> m_before{};
-};
-
-constexpr std::string_view stopped = "stopped by a signal";
-
 bool stands_for_no_file(const string& name)
 {
     return name == u"\\";
 }
 
-/// What the reader says, or what else went wrong.
-std::u16string reason_of(std::exception_ptr failure)
-{
-    try {
-        std::rethrow_exception(failure);
-    } catch (const _com_error& error) {
-        if (const string words = error.Description(); !words.empty())
-            return std::u16string(words.view());
-    } catch (...) {
-        // told below
-    }
-    return std::u16string(describe_exception(failure).view());
-}
-
-/// The same; the person knows the file by its own path and not by the one that it is written to.
+/// What the reader says; the person knows the file by its own path and not by the one that it is written to.
 std::string reason_of(std::exception_ptr failure, const std::string& working_path, const std::string& shown_path)
 {
-    std::string text = terminal_text(reason_of(failure));
+    std::string text = terminal_text(reader_reason(failure));
     for (std::size_t at = 0; (at = text.find(working_path, at)) != text.npos; at += shown_path.size())
         text.replace(at, working_path.size(), shown_path);
     return text;
@@ -103,7 +54,7 @@ void extract_to(extract_folder& folder, const std::vector<std::string>& parts, b
     folder.put(parts, force, [&] {
         extract(file, string(platform::path_from_bytes(folder.working_path())));
         if (stop_guard::is_asked())
-            throw std::runtime_error(std::string(stopped));
+            throw std::runtime_error(stopped_by_signal);
     });
 }
 
@@ -119,7 +70,7 @@ automation::com_ptr<IDispatch> item_named(IDispatch* collection, const std::stri
     try {
         item = collection_item(collection, wanted, members);
     } catch (const _com_error&) {
-        throw std::runtime_error(missing + ": " + platform::to_utf8(reason_of(std::current_exception())));
+        throw std::runtime_error(missing + ": " + platform::to_utf8(reader_reason(std::current_exception())));
     }
     if (!item || get(item.get(), name_member) != wanted)
         throw std::runtime_error(missing);
@@ -205,7 +156,7 @@ private:
                 m_total += static_cast<std::uint64_t>(file_count);
                 entries.push_back({std::u16string(name.view()), std::move(files), file_count});
             } catch (...) {
-                fail(terminal_text(label), terminal_text(reason_of(std::current_exception())));
+                fail(terminal_text(label), terminal_text(reader_reason(std::current_exception())));
             }
         }
         if (m_arguments.only_component && entries.empty() && m_failures.empty())
@@ -261,7 +212,7 @@ private:
     {
         if (std::exchange(m_isStopped, true))
             return;
-        fail(m_shownFolder, std::string(stopped));
+        fail(m_shownFolder, stopped_by_signal);
     }
 
     void fail(const std::string& label, const std::string& reason) { m_failures.push_back(label + ": " + reason); }
@@ -292,7 +243,7 @@ int extract_files(const extract_arguments& arguments)
         return arguments.folder.empty() ? extract_one(viewer.frame(), arguments)
                                         : whole_extraction(arguments).run(viewer.frame().Media());
     } catch (const _com_error&) {
-        throw std::runtime_error(file + platform::to_utf8(reason_of(std::current_exception())));
+        throw std::runtime_error(file + platform::to_utf8(reader_reason(std::current_exception())));
     }
 }
 

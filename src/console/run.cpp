@@ -34,6 +34,7 @@ int run(int argument_count, const char* const* arguments)
     add_session_command(app, chosen);
     add_build_command(app, chosen);
     add_extract_command(app, chosen);
+    add_report_command(app, chosen);
     add_record_command(app, chosen);
     add_import_dpkg_command(app, chosen);
     add_readers_command(app, chosen);

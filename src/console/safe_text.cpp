@@ -9,7 +9,8 @@ namespace cw::console {
 // C0 and C1 controls, and the marks that turn the direction of a line around.
 bool steers_terminal(char16_t c) noexcept
 {
-    return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+    return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x061C || c == 0x200E || c == 0x200F ||
+           (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
 }
 
 std::string terminal_text(std::u16string_view text)

@@ -217,7 +217,7 @@ answer queue_reply(headless_application& viewer, std::string_view argument)
     const bool is_path = *kind == question_kind::open || *kind == question_kind::save;
     if (!is_path && !is_utf8(argument))
         throw refusal("the text is not UTF-8");
-    viewer.person().answer(*kind, is_path ? platform::path_from_bytes(argument) : platform::from_utf8(argument));
+    viewer.person().answer(*kind, is_path ? path_of(argument) : platform::from_utf8(argument));
     return {};
 }
 

@@ -159,6 +159,9 @@ void qt_services::put_on_clipboard(std::u16string_view text)
 
 void qt_services::open_with_desktop(std::u16string_view path)
 {
+    // Nothing would be the current folder to some desktops.
+    if (path.empty())
+        return;
     QDesktopServices::openUrl(QUrl::fromLocalFile(to_qt(path)));
 }
 

@@ -3,41 +3,13 @@
 
 #include "app/main_frame.h"
 #include "bridges/log_objects.h"
+#include "log/operation_groups.h"
 #include "media/nested_collections.h"
-
-#include <array>
 
 namespace cw {
 namespace {
 
 constexpr tree_item_images main_feature_images{1, 2};
-
-struct operation_group {
-    std::u16string_view type;
-    std::u16string_view label;
-    node_kind kind;
-};
-
-// Program groups are shown as files are, and so with the list of the files. A type that is not among
-// these is its own label and shows general operations.
-constexpr auto groups = std::to_array<operation_group>({
-    {log_operation_type::file, u"File Operations", NODEKIND_LOG_FILE},
-    {log_operation_type::shell, u"Explorer Shell Operations", NODEKIND_LOG_SHELL},
-    {log_operation_type::registry, u"Registry Operations", NODEKIND_LOG_REGISTRY},
-    {log_operation_type::registry64, u"Registry Operations", NODEKIND_LOG_REGISTRY},
-    {log_operation_type::progman, u"Progman Operations", NODEKIND_LOG_FILE},
-    {log_operation_type::ini, u"INI File Operations", NODEKIND_LOG_INI},
-    {log_operation_type::filereg, u"Self-Registration Operations", NODEKIND_LOG_FILEREG},
-    {log_operation_type::dotnet, u".NET Operations", NODEKIND_LOG_DOTNET},
-});
-
-operation_group group_of(std::u16string_view type)
-{
-    for (const operation_group& group : groups)
-        if (group.type == type)
-            return group;
-    return {type, type, NODEKIND_LOG_GENERAL};
-}
 
 } // namespace
 

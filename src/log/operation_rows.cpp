@@ -86,12 +86,9 @@ std::u16string_view of_key(const cell_source& source)
     return has_value_name(source) ? std::u16string_view() : shown<Element>(source);
 }
 
-std::u16string_view hive_name(const cell_source& source)
+std::u16string_view hive(const cell_source& source)
 {
-    const std::int16_t hive = source.record.number(log_registry_record::hive);
-    return hive >= 0 && static_cast<std::size_t>(hive) < log_hive_names.size()
-               ? log_hive_names[static_cast<std::size_t>(hive)]
-               : std::u16string_view();
+    return hive_name(source.record.number(log_registry_record::hive));
 }
 
 std::u16string_view no_flags(const cell_source&)
@@ -127,7 +124,7 @@ constexpr auto registry64_cells = std::to_array<cell_text>({
     shown<log_registry_record::key>,
     shown<log_registry_record::value_name>,
     shown<log_registry_record::remote_name>,
-    hive_name,
+    hive,
     of_value<log_registry_record::permanent_or_created>,
     of_key<log_registry_record::permanent_or_created>,
     shown<log_registry_record::remote>,

@@ -19,14 +19,9 @@ protected:
     }
     [[nodiscard]] bool wrote(const std::string& name) const { return std::filesystem::exists(target + "/" + name); }
     /// Runs it and expects one line of error that holds `reason`, and nothing else.
-    void expect_failure(const std::vector<std::string>& arguments, int status, std::string_view reason)
+    void expect_no_media(const std::vector<std::string>& arguments, int status, std::string_view reason)
     {
-        const outcome ran = run_program(arguments);
-        EXPECT_EQ(ran.status, status) << reason;
-        EXPECT_EQ(ran.out, "") << reason;
-        EXPECT_TRUE(is_one_line(ran.error)) << ran.error;
-        EXPECT_TRUE(ran.error.starts_with("cwcab: ")) << ran.error;
-        EXPECT_NE(ran.error.find(reason), std::string::npos) << ran.error;
+        expect_failure(run_program(arguments), reason, status);
         EXPECT_FALSE(wrote("tour.hdr")) << reason;
     }
 
@@ -48,13 +43,13 @@ TEST_F(build_command, refuses_sizes_that_make_no_sense)
 {
     for (const char* size : {"-5", "0", "abc", "1073741825", "99999999999999999999"})
         for (const char* option : {"--volume-size", "--folder-size"})
-            expect_failure({"build", manifest, "-o", target, option, size}, 2, option);
+            expect_no_media({"build", manifest, "-o", target, option, size}, 2, option);
 }
 
 TEST_F(build_command, refuses_passwords_that_nobody_can_type)
 {
     const std::string zero = write(std::string("se\0cret\n", 8), "zero");
-    expect_failure({"build", manifest, "-o", target, "--password-file", zero}, 1, "a zero");
+    expect_no_media({"build", manifest, "-o", target, "--password-file", zero}, 1, "a zero");
 }
 
 TEST_F(build_command, takes_another_name_and_a_long_option)
@@ -100,35 +95,35 @@ TEST_F(build_command, protects_the_media_with_the_first_line_of_a_file)
 TEST_F(build_command, needs_a_password_in_the_file)
 {
     for (const char* content : {"\n", "\r\n", "\nsecond line\n"})
-        expect_failure({"build", manifest, "-o", target, "--password-file", write(content, "password.txt")}, 1,
-                       "the password is empty");
-    expect_failure({"build", manifest, "-o", target, "--password-file", write("", "password.txt")}, 1,
-                   "no password can be read");
-    expect_failure({"build", manifest, "-o", target, "--password-file", folder.file("absent")}, 1,
-                   "no password can be read");
-    expect_failure({"build", manifest, "-o", target, "--password-file", folder.path().native()}, 1,
-                   "no password can be read");
+        expect_no_media({"build", manifest, "-o", target, "--password-file", write(content, "password.txt")}, 1,
+                        "the password is empty");
+    expect_no_media({"build", manifest, "-o", target, "--password-file", write("", "password.txt")}, 1,
+                    "no password can be read");
+    expect_no_media({"build", manifest, "-o", target, "--password-file", folder.file("absent")}, 1,
+                    "no password can be read");
+    expect_no_media({"build", manifest, "-o", target, "--password-file", folder.path().native()}, 1,
+                    "no password can be read");
 }
 
 TEST_F(build_command, tells_what_is_wrong_with_the_manifest)
 {
-    expect_failure({"build", folder.file("absent.json"), "-o", target}, 1, "absent.json");
-    expect_failure({"build", write("{", "broken.json"), "-o", target}, 1, "not valid JSON");
-    expect_failure({"build", write(R"({"name": "tour", "Unknown": 1})", "unknown.json"), "-o", target}, 1, "Unknown");
-    expect_failure({"build",
-                    write(R"({"name": "tour", "Components": [{"Name": "C", "Files": ["gone.txt"]}]})", "gone.json"),
-                    "-o", target},
-                   1, "gone.txt");
+    expect_no_media({"build", folder.file("absent.json"), "-o", target}, 1, "absent.json");
+    expect_no_media({"build", write("{", "broken.json"), "-o", target}, 1, "not valid JSON");
+    expect_no_media({"build", write(R"({"name": "tour", "Unknown": 1})", "unknown.json"), "-o", target}, 1, "Unknown");
+    expect_no_media({"build",
+                     write(R"({"name": "tour", "Components": [{"Name": "C", "Files": ["gone.txt"]}]})", "gone.json"),
+                     "-o", target},
+                    1, "gone.txt");
 }
 
 TEST_F(build_command, refuses_wrong_usage)
 {
-    expect_failure({"build"}, 2, "MANIFEST");
-    expect_failure({"build", manifest}, 2, "output");
-    expect_failure({"build", manifest, "-o"}, 2, "output");
+    expect_no_media({"build"}, 2, "MANIFEST");
+    expect_no_media({"build", manifest}, 2, "output");
+    expect_no_media({"build", manifest, "-o"}, 2, "output");
     for (const char* size : {"0", "-1", "many", "1.5"}) {
-        expect_failure({"build", manifest, "-o", target, "--volume-size", size}, 2, "volume-size");
-        expect_failure({"build", manifest, "-o", target, "--folder-size", size}, 2, "folder-size");
+        expect_no_media({"build", manifest, "-o", target, "--volume-size", size}, 2, "volume-size");
+        expect_no_media({"build", manifest, "-o", target, "--folder-size", size}, 2, "folder-size");
     }
 }
 

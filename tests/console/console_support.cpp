@@ -77,4 +77,13 @@ bool is_one_line(std::string_view text)
     return text.size() > 1 && text.find('\n') == text.size() - 1;
 }
 
+void console_test::expect_failure(const outcome& ran, std::string_view reason, int status)
+{
+    EXPECT_EQ(ran.status, status) << reason;
+    EXPECT_EQ(ran.out, "") << reason;
+    EXPECT_TRUE(is_one_line(ran.error)) << ran.error;
+    EXPECT_TRUE(ran.error.starts_with("cwcab: ")) << ran.error;
+    EXPECT_NE(ran.error.find(reason), std::string::npos) << ran.error << " and not " << reason;
+}
+
 } // namespace cw::console_tests

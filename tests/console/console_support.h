@@ -34,6 +34,8 @@ bool is_one_line(std::string_view text);
 /// A folder for the files of one test.
 class console_test : public testing::Test {
 protected:
+    /// That a command told why it failed in one line, and nothing else.
+    static void expect_failure(const outcome& ran, std::string_view reason, int status = 1);
     std::string write(std::string_view model, std::string_view name = "media.hdr") const
     {
         return folder.write(name, model);

@@ -39,14 +39,6 @@ protected:
         std::ranges::sort(all);
         return all;
     }
-    void expect_failure(const outcome& ran, std::string_view reason, int status = 1)
-    {
-        EXPECT_EQ(ran.status, status) << reason;
-        EXPECT_EQ(ran.out, "") << reason;
-        EXPECT_TRUE(is_one_line(ran.error)) << ran.error;
-        EXPECT_TRUE(ran.error.starts_with("cwcab: ")) << ran.error;
-        EXPECT_NE(ran.error.find(reason), std::string::npos) << ran.error << " and not " << reason;
-    }
     /// A media of one component with these files, each holding its own index.
     std::string media_of(const std::vector<std::string>& names, const std::string& component = "C")
     {

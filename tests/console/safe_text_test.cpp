@@ -18,14 +18,14 @@ TEST(safe_text, replaces_what_steers_a_terminal)
         EXPECT_EQ(terminal_text({&c, 1}), "\uFFFD") << static_cast<int>(c);
     for (char16_t c = 0x7F; c < 0xA0; ++c)
         EXPECT_EQ(terminal_text({&c, 1}), "\uFFFD") << static_cast<int>(c);
-    for (const char16_t c : {u'\u202A', u'\u202E', u'\u2066', u'\u2069'})
+    for (const char16_t c : {u'\u061C', u'\u200E', u'\u200F', u'\u202A', u'\u202E', u'\u2066', u'\u2069'})
         EXPECT_EQ(terminal_text({&c, 1}), "\uFFFD") << static_cast<int>(c);
 }
 
 TEST(safe_text, keeps_the_neighbours_of_what_steers)
 {
-    EXPECT_EQ(terminal_text(u"\u0020\u007e\u00a0\u2029\u202f\u2065\u206a"),
-              "\u0020\u007e\u00a0\u2029\u202f\u2065\u206a");
+    EXPECT_EQ(terminal_text(u"\u0020\u007e\u00a0\u061b\u061d\u200d\u2010\u2029\u202f\u2065\u206a"),
+              "\u0020\u007e\u00a0\u061b\u061d\u200d\u2010\u2029\u202f\u2065\u206a");
 }
 
 TEST(safe_text, replaces_half_a_character)

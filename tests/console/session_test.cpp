@@ -347,6 +347,49 @@ TEST_F(session_lines, an_equals_sign_marks_a_text)
     EXPECT_EQ(viewer.person().choose_file_to_save({})->file_name, std::u16string(1, char16_t{0xDCFF}));
 }
 
+TEST_F(session_lines, a_reply_that_is_a_relative_path_is_made_absolute)
+{
+    expect_ok("answer save below/report.txt");
+    const auto reply = viewer.person().choose_file_to_save({});
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->path, std::filesystem::absolute("below/report.txt").u16string());
+    expect_ok("answer open C:\\media.hdr");
+    EXPECT_EQ(viewer.person().choose_file_to_open({}), u"C:\\media.hdr");
+    EXPECT_EQ(refused("answer save"), "the name of the file is empty");
+}
+
+TEST_F(session_lines, reports_and_saves)
+{
+    files_of_test temporary{folder};
+    platform::services set = platform::current();
+    set.files = &temporary;
+    const platform::scoped_services with_temporary_files(set);
+
+    expect_ok("command 57603"); // asks also with nothing open
+    EXPECT_EQ(refused("command 32780"), "disabled");
+    open(R"({"media": {"Report": {"FirstPart": "a", "SecondPart": "b"}}})");
+    expect_ok("command 32780");
+    json state = ask("state");
+    ASSERT_EQ(state["opened"].size(), 1u);
+    const std::string path = state["opened"][0];
+    EXPECT_TRUE(path.starts_with(folder.file("temp/_cw"))) << path;
+    EXPECT_TRUE(path.ends_with(".txt")) << path;
+    EXPECT_TRUE(std::filesystem::exists(path));
+    EXPECT_EQ(state["questions"], json::parse(R"([{"kind": "save", "name": "LogReport",
+                                                   "filter": "Text Files (*.txt)|*.txt||"}])"));
+    // The key asks twice; each time the media's report is opened as well.
+    expect_ok("answer save " + folder.file("one.txt"));
+    expect_ok("answer save " + folder.file("two.txt"));
+    expect_ok("key 83 ctrl");
+    state = ask("state");
+    EXPECT_EQ(state["questions"].size(), 2u);
+    EXPECT_EQ(state["opened"], json({folder.file("one.txt"), folder.file("two.txt")}));
+    EXPECT_EQ(folder.read("two.txt"), std::string("\xFF\xFE\x61\0\x62\0", 6));
+    expect_ok("close");
+    EXPECT_FALSE(std::filesystem::exists(folder.file("two.txt")));
+    EXPECT_TRUE(std::filesystem::exists(folder.file("one.txt")));
+}
+
 TEST_F(session_lines, state_tells_everything_in_its_order)
 {
     EXPECT_EQ(answers("state"),
