@@ -1,6 +1,7 @@
 #include "bench/big_log.h"
 
 #include "authoring/log_recorder.h"
+#include "formats/log_format.h"
 #include "platform/utf8.h"
 
 #include <string>
@@ -146,6 +147,13 @@ std::filesystem::path make_long_log(const std::filesystem::path& folder, long_li
                 recorder.commit();
         }
     });
+}
+
+std::string select_long_list(std::u16string_view type)
+{
+    const formats::operation_table& table = *formats::find_operation_table(type);
+    return "SELECT " + formats::column_list(table.columns) + " FROM " + std::string(table.name) +
+           " WHERE feature = 2 ORDER BY position";
 }
 
 } // namespace cw::bench

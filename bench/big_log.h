@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 namespace cw::bench {
 
@@ -22,5 +24,7 @@ enum class long_list {
 
 /// As above, a log whose one sub-feature has all its operations in one list of the viewer.
 [[nodiscard]] std::filesystem::path make_long_log(const std::filesystem::path& folder, long_list list, int operations);
+/// The statement that reads all columns of the operations of a type in such a log, in their order.
+[[nodiscard]] std::string select_long_list(std::u16string_view type);
 
 } // namespace cw::bench

@@ -4,6 +4,7 @@
 #include "app/menus.h"
 #include "app/sort_order.h"
 #include "bench/big_media.h"
+#include "bench/plain_cursor.h"
 #include "bench/ratios.h"
 #include "console/headless_application.h"
 
@@ -83,15 +84,10 @@ struct plain_row {
 
 void plain_cursor(benchmark::State& state)
 {
-    sqlite3* database = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    const std::string uri = "file:" + media().string() + "?immutable=1";
-    if (sqlite3_open_v2(uri.c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr) != SQLITE_OK ||
-        sqlite3_exec(database, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK ||
-        sqlite3_prepare_v2(database,
-                           "SELECT name, size, compressed_size, date, version, md5, flags FROM file "
-                           "WHERE component = 1 ORDER BY position",
-                           -1, &statement, nullptr) != SQLITE_OK) {
+    const bench::plain_cursor cursor(media(), "SELECT name, size, compressed_size, date, version, md5, flags FROM file "
+                                              "WHERE component = 1 ORDER BY position");
+    sqlite3_stmt* const statement = cursor.statement();
+    if (!statement) {
         state.SkipWithError("the header cannot be read");
         return;
     }
@@ -120,8 +116,6 @@ void plain_cursor(benchmark::State& state)
         if (count != static_cast<std::size_t>(files_of_one_component.files))
             state.SkipWithError("the header lacks files");
     }
-    sqlite3_finalize(statement);
-    sqlite3_close(database);
 }
 
 /// The texts of a column, or of all.

@@ -2,13 +2,15 @@
 // records in the list compared with a plain cursor over the same columns, and the list's memory.
 
 #include "bench/big_log.h"
+#include "bench/plain_cursor.h"
 #include "bench/ratios.h"
+#include "bridges/log_interface.h"
 #include "console/headless_application.h"
-#include "formats/log_format.h"
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -106,21 +108,12 @@ struct plain_row {
 /// Reads all columns of the tables through one cursor each.
 void read_plainly(benchmark::State& state, bench::long_list list, std::initializer_list<std::u16string_view> types)
 {
-    sqlite3* database = nullptr;
-    const std::string uri =
-        "file:" + bench::make_long_log(CW_BENCH_DATA_DIR, list, list_length).string() + "?immutable=1";
-    if (sqlite3_open_v2(uri.c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr) != SQLITE_OK) {
-        state.SkipWithError("the log cannot be read");
-        return;
-    }
+    const std::filesystem::path log = bench::make_long_log(CW_BENCH_DATA_DIR, list, list_length);
     for (auto _ : state) {
         int count = 0;
         for (const std::u16string_view type : types) {
-            const formats::operation_table& table = *formats::find_operation_table(type);
-            const std::string select = "SELECT " + formats::column_list(table.columns) + " FROM " +
-                                       std::string(table.name) + " WHERE feature = 2 ORDER BY position";
-            sqlite3_stmt* statement = nullptr;
-            sqlite3_prepare_v2(database, select.c_str(), -1, &statement, nullptr);
+            const bench::plain_cursor cursor(log, bench::select_long_list(type));
+            sqlite3_stmt* const statement = cursor.statement();
             while (sqlite3_step(statement) == SQLITE_ROW) {
                 plain_row row;
                 for (int column = 0; column < sqlite3_column_count(statement); ++column) {
@@ -133,12 +126,10 @@ void read_plainly(benchmark::State& state, bench::long_list list, std::initializ
                 benchmark::DoNotOptimize(&row);
                 ++count;
             }
-            sqlite3_finalize(statement);
         }
         if (count != list_length)
             state.SkipWithError("the log lacks records");
     }
-    sqlite3_close(database);
 }
 
 void plain_cursor_over_files(benchmark::State& state)

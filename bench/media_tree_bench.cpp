@@ -2,6 +2,7 @@
 // the least that any viewer must do; and a media of a million files compared with one of few.
 
 #include "bench/big_media.h"
+#include "bench/plain_cursor.h"
 #include "bench/ratios.h"
 #include "console/headless_application.h"
 
@@ -47,12 +48,9 @@ void full_tree_of_few_files(benchmark::State& state)
 
 void component_names_by_key(benchmark::State& state)
 {
-    sqlite3* database = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    const std::string uri = "file:" + media(million_files).string() + "?immutable=1";
-    if (sqlite3_open_v2(uri.c_str(), &database, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr) != SQLITE_OK ||
-        sqlite3_exec(database, "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK ||
-        sqlite3_prepare_v2(database, "SELECT name FROM component WHERE id = ?", -1, &statement, nullptr) != SQLITE_OK) {
+    const bench::plain_cursor cursor(media(million_files), "SELECT name FROM component WHERE id = ?");
+    sqlite3_stmt* const statement = cursor.statement();
+    if (!statement) {
         state.SkipWithError("the header cannot be read");
         return;
     }
@@ -64,8 +62,6 @@ void component_names_by_key(benchmark::State& state)
             sqlite3_reset(statement);
         }
     }
-    sqlite3_finalize(statement);
-    sqlite3_close(database);
 }
 
 BENCHMARK(component_names_by_key)->Unit(benchmark::kMillisecond)->Repetitions(5);
