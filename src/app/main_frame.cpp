@@ -54,6 +54,10 @@ struct frame_maps {
         {ID_EDIT_COPY_ROW, ID_EDIT_COPY_ROW, &CMainFrame::OnCopy, &CMainFrame::OnUpdateCopy},
         {ID_FILE_SAVE, ID_FILE_SAVE, &CMainFrame::OnSave, nullptr},
         {ID_TOOLS_REPORT, ID_TOOLS_REPORT, &CMainFrame::OnReport, &CMainFrame::OnUpdateCopy},
+        {ID_SEARCH_FIND, ID_SEARCH_FIND, &CMainFrame::OnFind, &CMainFrame::OnUpdateFind},
+        {ID_SEARCH_FIND_NEXT, ID_SEARCH_FIND_NEXT, &CMainFrame::OnFindNext, &CMainFrame::OnUpdateFindNext},
+        {ID_HELP_TOPIC, ID_HELP_TOPIC, &CMainFrame::OnHelp, &CMainFrame::OnUpdateHelp},
+        {ID_CUSTOMIZE, ID_CUSTOMIZE, &CMainFrame::OnCustomize, nullptr},
         {ID_TOOLS_EXTRACT, ID_TOOLS_EXTRACT, &CMainFrame::OnExtractFile, &CMainFrame::OnUpdateExtractFile},
     });
 

@@ -13,6 +13,7 @@
 #include "media/column_sets.h"
 #include "media/nav_node.h"
 #include "platform/services.h"
+#include "search/text_matcher.h"
 
 #include <cstdint>
 #include <functional>
@@ -130,6 +131,26 @@ public:
     /// The report that the library of the open media has composed.
     [[nodiscard]] string MediaReport() const;
 
+    // ---- find: search/find_commands.cpp, search/search_walk.cpp -------------------------------
+    void OnFind(std::uint32_t id);
+    void OnUpdateFind(command_ui& ui);
+    /// Goes on from the selected row and item to the next place that holds the search text, selects it,
+    /// and tells when there is none.
+    void OnFindNext(std::uint32_t id);
+    void OnUpdateFindNext(command_ui& ui);
+    /// Whether the item or anything below it matched; what matched is selected then.
+    bool SearchNode(HTREEITEM item);
+    bool SearchFeatureProperties(IFeatureLog* feature);
+    /// A record that matches stays locked.
+    bool SearchOperationRecords(IOperationList* operations);
+    /// Searches what follows the item in the tree, level by level upwards.
+    bool SearchFollowingNodes(HTREEITEM item);
+
+    // ---- help and customising: app/help_command.cpp, app/customize_command.cpp ----------------
+    void OnHelp(std::uint32_t id);
+    void OnUpdateHelp(command_ui& ui);
+    void OnCustomize(std::uint32_t id);
+
     // ---- the one way out of a media: media/extract_file.cpp -----------------------------------
     void OnExtractFile(std::uint32_t id);
     void OnUpdateExtractFile(command_ui& ui);
@@ -185,6 +206,12 @@ private:
     [[nodiscard]] automation::com_ptr<IFeatureLog> FeatureLogOf(HTREEITEM item);
     /// A root item with the text of a string resource and no node.
     HTREEITEM InsertRoot(std::uint32_t label_id, tree_item_images images);
+    /// Selects the first row from `first_row` on that holds the search text in one of its first
+    /// `column_limit` columns, and gives the list the focus. False where there is none.
+    static constexpr std::size_t every_column = static_cast<std::size_t>(-1);
+    bool SelectMatchingRow(std::size_t first_row, std::size_t column_limit);
+    /// Searches one item by itself; `is_feature` tells whether what is below it is of any interest.
+    bool SearchItem(HTREEITEM item, bool& is_feature);
     [[nodiscard]] bool IsFilesItem(HTREEITEM item) const;
     /// Name of the file whose row is selected; none where there is nothing to extract.
     [[nodiscard]] std::optional<string> ExtractableFile() const;
@@ -208,6 +235,7 @@ private:
     string m_openPath;
     CString m_findText;
     CString m_viewFilter;
+    text_matcher m_findMatcher; // what `m_findText` was at the last Find Next
     HTREEITEM m_findAnchor;
     CListCtrl m_listCtrl;
     CTreeCtrl m_treeCtrl;

@@ -32,6 +32,7 @@ inline constexpr std::uint32_t ID_SEARCH_FIND = 32784;
 inline constexpr std::uint32_t ID_SEARCH_FIND_NEXT = 32785;
 inline constexpr std::uint32_t ID_EDIT_COPY_ROW = 32803;
 inline constexpr std::uint32_t ID_HELP_TOPIC = 32806;
+inline constexpr std::uint32_t ID_CUSTOMIZE = 35001;
 
 /// Menu 128, the frame's.
 [[nodiscard]] std::span<const menu_item> main_menu() noexcept;

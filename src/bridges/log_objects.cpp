@@ -5,6 +5,23 @@
 namespace cw {
 namespace {
 
+constexpr std::u16string_view word_true = u"True";
+constexpr std::u16string_view word_false = u"False";
+
+std::u16string_view text_of_bstr(BSTR text) noexcept
+{
+    return {text ? text : u"", SysStringLen(text)};
+}
+
+/// A text as it lies there, other values converted.
+std::u16string_view text_of_value(const VARIANT& value, string& converted)
+{
+    if (value.vt == VT_BSTR)
+        return text_of_bstr(value.bstrVal);
+    converted = to_text(value);
+    return converted;
+}
+
 template <class Collection>
 std::int32_t count_of(Collection* collection)
 {
@@ -91,8 +108,7 @@ locked_array::~locked_array()
 
 std::u16string_view locked_array::text(std::size_t index) const noexcept
 {
-    const BSTR text = index < m_size ? static_cast<const BSTR*>(m_data)[index] : nullptr;
-    return {text ? text : u"", SysStringLen(text)};
+    return text_of_bstr(index < m_size ? static_cast<const BSTR*>(m_data)[index] : nullptr);
 }
 
 const VARIANT& locked_array::value(std::size_t index) const noexcept
@@ -109,9 +125,7 @@ std::size_t element_count(SAFEARRAY* array) noexcept
 std::u16string_view operation_record::text(const log_element& element) const noexcept
 {
     const VARIANT& value = at(element);
-    if (value.vt != VT_BSTR || !value.bstrVal)
-        return {};
-    return {value.bstrVal, SysStringLen(value.bstrVal)};
+    return value.vt == VT_BSTR ? text_of_bstr(value.bstrVal) : std::u16string_view();
 }
 
 std::int16_t operation_record::number(const log_element& element) const noexcept
@@ -121,11 +135,20 @@ std::int16_t operation_record::number(const log_element& element) const noexcept
 
 std::u16string_view operation_record::converted_text(const log_element& element, string& converted) const
 {
-    const VARIANT& value = at(element);
-    if (value.vt == VT_BSTR)
-        return text(element);
-    converted = to_text(value);
-    return converted;
+    return text_of_value(at(element), converted);
+}
+
+std::u16string_view operation_record::plain_text(std::size_t index, string& converted) const
+{
+    const VARIANT& value = m_elements.value(index);
+    switch (value.iVal) {
+    case 0:
+        return word_false;
+    case -1:
+        return word_true;
+    default:
+        return text_of_value(value, converted);
+    }
 }
 
 } // namespace cw

@@ -127,6 +127,12 @@ public:
     [[nodiscard]] std::int16_t number(const log_element& element) const noexcept;
     /// The element as text, empty where it has none. `converted` holds what had to be converted.
     [[nodiscard]] std::u16string_view converted_text(const log_element& element, string& converted) const;
+    /// The element as text where nothing is known of columns: whatever has no or all low bits is a truth
+    /// value, be it a number, a flag or no text at all. `converted` holds what had to be converted.
+    [[nodiscard]] std::u16string_view plain_text(std::size_t index, string& converted) const;
+
+    /// Leaves the lock to somebody else.
+    void keep_locked() noexcept { m_elements.keep_locked(); }
 
 private:
     [[nodiscard]] const VARIANT& at(const log_element& element) const noexcept
@@ -144,7 +150,8 @@ private:
     return code >= 0 && index < log_hive_names.size() ? log_hive_names[index] : std::u16string_view();
 }
 
-/// Calls `work(row, record)` for the records from row 0 on. The count is read anew before each.
+/// Calls `work(row, record)` for the records from row 0 on, to the end or, where `work` answers
+/// something, until it answers false. The count is read anew before each.
 template <class Work>
 void for_each_record(IOperationList* operations, Work&& work)
 {
@@ -154,8 +161,11 @@ void for_each_record(IOperationList* operations, Work&& work)
         call(operations, &IOperationList::Next, &position, &elements);
         if (!elements)
             raise_com_error(E_POINTER);
-        const operation_record record(elements);
-        work(static_cast<std::size_t>(row), record);
+        operation_record record(elements);
+        if constexpr (std::is_void_v<std::invoke_result_t<Work&, std::size_t, operation_record&>>)
+            work(static_cast<std::size_t>(row), record);
+        else if (!work(static_cast<std::size_t>(row), record))
+            return;
     }
 }
 

@@ -11,6 +11,7 @@
 #include <QScrollBar>
 
 #include <algorithm>
+#include <utility>
 
 namespace cw {
 namespace {
@@ -86,6 +87,12 @@ void list_pane::list_selection_changed()
     m_fallback.start(0);
 }
 
+void list_pane::list_row_wanted_visible(std::size_t row)
+{
+    m_wantedRow = row;
+    m_fallback.start(0);
+}
+
 void list_pane::list_images_changed()
 {
     viewport()->update();
@@ -148,6 +155,8 @@ void list_pane::catch_up()
     }
     if (changed || m_selectionPending)
         apply_selection();
+    if (const auto row = std::exchange(m_wantedRow, {}))
+        scrollTo(m_model->index(static_cast<int>(*row), 0));
 }
 
 void list_pane::apply_column_widths()

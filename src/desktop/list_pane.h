@@ -43,6 +43,7 @@ protected:
 private:
     void list_changing() override;
     void list_selection_changed() override;
+    void list_row_wanted_visible(std::size_t row) override;
     void list_images_changed() override;
     void list_style_changed() override;
 
@@ -63,6 +64,7 @@ private:
     QTimer m_fallback;
     bool m_applying = false; // the view follows the control; its signals are echoes
     bool m_selectionPending = false;
+    std::optional<std::size_t> m_wantedRow;
     bool m_sorting = false;
     std::optional<QPoint> m_menuPosition;
 };

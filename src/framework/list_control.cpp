@@ -186,6 +186,12 @@ void CListCtrl::SelectRow(std::size_t row)
         m_observer->list_selection_changed();
 }
 
+void CListCtrl::EnsureVisible(std::size_t row)
+{
+    if (row < m_rowCount && m_observer)
+        m_observer->list_row_wanted_visible(row);
+}
+
 void CListCtrl::SetSmallImages(const image_list* images)
 {
     if (images == m_smallImages)

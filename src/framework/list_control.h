@@ -29,6 +29,7 @@ public:
     /// Rows or columns are about to change. May come many times in a row.
     virtual void list_changing() = 0;
     virtual void list_selection_changed() = 0;
+    virtual void list_row_wanted_visible(std::size_t row) = 0;
     virtual void list_images_changed() = 0;
     virtual void list_style_changed() = 0;
 
@@ -64,6 +65,8 @@ public:
     [[nodiscard]] std::size_t GetSelectedRow() const noexcept { return m_selectedRow; }
     /// A row that is not there changes nothing.
     void SelectRow(std::size_t row);
+    /// Asks the view to scroll to a row; nothing for a row that is not there.
+    void EnsureVisible(std::size_t row);
     [[nodiscard]] std::size_t GetSelectedCount() const noexcept { return GetSelectedRow() == no_row ? 0 : 1; }
 
     /// The small image list; the frame keeps it alive. Null before the first is set.

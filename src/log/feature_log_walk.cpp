@@ -47,7 +47,8 @@ string scalar_text(const VARIANT& value)
 
 } // namespace
 
-void walk_feature_properties(IFeatureLog* feature, const property_sink& scalar, const property_sink& element)
+property_walk_end visit_feature_properties(IFeatureLog* feature, const scalar_visitor& scalar,
+                                           const element_visitor& element)
 {
     std::vector<string> titles;
     locked_array names(property_names(feature), VT_BSTR);
@@ -56,7 +57,8 @@ void walk_feature_properties(IFeatureLog* feature, const property_sink& scalar, 
     for (; index < element_count(property_names(feature)); ++index) {
         const automation::variant value = property_value(feature, names.text(index));
         if (!(value.vt & VT_ARRAY)) {
-            scalar(index, names.text(index), scalar_text(value));
+            if (!scalar(index, names.text(index), value))
+                return property_walk_end::stopped;
             continue;
         }
         const locked_array elements(array_of(value), VT_BSTR);
@@ -68,17 +70,33 @@ void walk_feature_properties(IFeatureLog* feature, const property_sink& scalar, 
         for (std::size_t i = 0; i < elements.size(); ++i) {
             if (i >= titles.size())
                 throw invalid_argument_exception();
-            element(i, titles[i], elements.text(i));
+            if (!element(i, titles[i], elements.text(i)))
+                return property_walk_end::stopped;
         }
     }
-    if (index == 0)
-        scalar(0, label_state, text_not_installed);
 
     // The lock goes back through the array that the library names last.
     if (SAFEARRAY* const last = property_names(feature)) {
         names.keep_locked();
         SafeArrayUnaccessData(last);
     }
+    return index == 0 ? property_walk_end::no_properties : property_walk_end::all_visited;
+}
+
+void walk_feature_properties(IFeatureLog* feature, const property_sink& scalar, const property_sink& element)
+{
+    const property_walk_end end = visit_feature_properties(
+        feature,
+        [&scalar](std::size_t index, std::u16string_view name, const VARIANT& value) {
+            scalar(index, name, scalar_text(value));
+            return true;
+        },
+        [&element](std::size_t index, std::u16string_view label, std::u16string_view text) {
+            element(index, label, text);
+            return true;
+        });
+    if (end == property_walk_end::no_properties)
+        scalar(0, label_state, text_not_installed);
 }
 
 } // namespace cw

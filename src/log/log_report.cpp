@@ -22,8 +22,6 @@ constexpr std::uint32_t label_properties = 277;
 
 constexpr std::u16string_view line_end = u"\r\n";
 constexpr std::u16string_view between_elements = u", ";
-constexpr std::u16string_view word_true = u"True";
-constexpr std::u16string_view word_false = u"False";
 constexpr std::u16string_view custom_feature = u"Custom";
 
 void append_line(string& text, std::u16string_view line)
@@ -63,22 +61,14 @@ void append_sub_feature_ids(IFeatureLog* feature, string& text)
     }
 }
 
-/// Rows know nothing of columns: whatever has no or all low bits is a truth value, be it a number, a
-/// flag or no text at all. `converted` holds what had to be converted.
-std::u16string_view element_text(const operation_record& record, LONG index, bool is_registry, string& converted)
+/// `converted` holds what had to be converted.
+std::u16string_view element_text(const operation_record& record, std::size_t index, bool is_registry,
+                                 string& converted)
 {
-    const log_element element{index, log_element_form::converted_text};
-    const std::int16_t number = record.number(element);
-    if (is_registry && index == log_registry_record::hive.index && !hive_name(number).empty())
-        return hive_name(number);
-    switch (number) {
-    case 0:
-        return word_false;
-    case -1:
-        return word_true;
-    default:
-        return record.converted_text(element, converted);
-    }
+    if (is_registry && index == static_cast<std::size_t>(log_registry_record::hive.index))
+        if (const std::u16string_view hive = hive_name(record.number(log_registry_record::hive)); !hive.empty())
+            return hive;
+    return record.plain_text(index, converted);
 }
 
 bool is_registry_type(std::u16string_view name)
@@ -187,8 +177,7 @@ void CMainFrame::AppendOperationRows(IOperationList* operations, string& text)
     const bool is_registry = is_registry_type(text_of(operations, &IOperationList::Name).view());
     string converted;
     for_each_record(operations, [&](std::size_t, const operation_record& record) {
-        const auto count = static_cast<LONG>(record.size());
-        for (LONG index = 0; index < count; ++index) {
+        for (std::size_t index = 0; index < record.size(); ++index) {
             if (index > 0)
                 text += between_elements;
             text += element_text(record, index, is_registry, converted);

@@ -16,6 +16,7 @@ struct marking_observer final : list_observer {
     explicit marking_observer(qt_list_model& shown) : model(shown) {}
     void list_changing() override { model.begin_change(); }
     void list_selection_changed() override {}
+    void list_row_wanted_visible(std::size_t) override {}
     void list_images_changed() override {}
     void list_style_changed() override {}
     qt_list_model& model;

@@ -36,8 +36,10 @@ public:
     int selections = 0;
     int images = 0;
     int styles = 0;
+    std::vector<std::size_t> wanted;
     void list_changing() override { ++changes; }
     void list_selection_changed() override { ++selections; }
+    void list_row_wanted_visible(std::size_t row) override { wanted.push_back(row); }
     void list_images_changed() override { ++images; }
     void list_style_changed() override { ++styles; }
 };
@@ -248,6 +250,9 @@ TEST_F(list_control, tells_its_observer)
     list.SelectRow(0);
     list.SelectRow(0);
     EXPECT_EQ(observer.selections, 1);
+    list.EnsureVisible(0);
+    list.EnsureVisible(1);
+    EXPECT_EQ(observer.wanted, (std::vector<std::size_t>{0}));
     list.DeleteAllItems();
     EXPECT_EQ(observer.changes, 6);
     EXPECT_EQ(observer.selections, 2);
