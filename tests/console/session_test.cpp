@@ -452,6 +452,17 @@ TEST_F(session_lines, recent_files_stand_most_recent_first)
     EXPECT_EQ(ask("state")["recent"][0]["path"], first);
 }
 
+TEST_F(session_lines, recent_files_are_displayed_as_the_menu_shows_them)
+{
+    std::filesystem::create_directory(folder.path() / std::string(90, 'd'));
+    const std::string path = write(sample_model, std::string(90, 'd') + "/tour.hdr");
+    ask("open " + path);
+    const json recent = ask("state")["recent"];
+    ASSERT_EQ(recent.size(), 1u);
+    EXPECT_EQ(recent[0]["path"], path);
+    EXPECT_EQ(recent[0]["display"], path.substr(0, 79 - std::string(".../tour.hdr").size()) + ".../tour.hdr");
+}
+
 TEST_F(session_lines, errors_that_nothing_catches_are_told)
 {
     EXPECT_EQ(
