@@ -4,8 +4,10 @@
 #pragma once
 
 #include "framework/commands.h"
+#include "framework/customize_sheet.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 
@@ -52,8 +54,13 @@ public:
     virtual bool set_menu(std::u16string_view title, std::span<const menu_item> menu) = 0;
     virtual void set_theme(int theme) = 0;
     virtual void set_accelerators(std::span<const accelerator> table) = 0;
+    /// The frame has restored its command bars, kept under that name: from here on they are shown.
     virtual void load_command_bars(std::u16string_view name) = 0;
+    /// The frame is about to keep its command bars.
     virtual void save_command_bars(std::u16string_view name) = 0;
+    /// The dialog in which a person changes menus, toolbars and keys; null where there are no command
+    /// bars.
+    virtual std::unique_ptr<customize_sheet> make_customize_sheet() = 0;
 };
 
 } // namespace cw

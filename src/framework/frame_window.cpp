@@ -2,6 +2,7 @@
 
 #include "foundation/exceptions.h"
 #include "framework/control_window.h"
+#include "platform/services.h"
 
 #include <cstdio>
 #include <exception>
@@ -130,14 +131,10 @@ bool CXTPFrameWnd::KeyDown(const key_message& key)
     Guard([&] {
         if (PreTranslateMessage(key))
             return;
-        for (const accelerator& entry : m_accelerators) {
-            if (entry.virtual_key != key.virtual_key || entry.control != key.control || entry.shift != key.shift ||
-                entry.alt != key.alt)
-                continue;
-            matched = true;
-            RunCommand(entry.command_id);
-            return;
-        }
+        const std::uint32_t command = m_commandBars.command_of(key);
+        matched = command != 0;
+        if (matched)
+            RunCommand(command);
     });
     return matched;
 }
@@ -201,6 +198,11 @@ void CXTPFrameWnd::OnClose()
     destroy_window();
 }
 
+std::uint32_t CXTPFrameWnd::FilteredCommand(const key_message&) const noexcept
+{
+    return 0;
+}
+
 bool CXTPFrameWnd::PreTranslateMessage(const key_message&)
 {
     return false;
@@ -212,10 +214,28 @@ void CXTPFrameWnd::Adopt(control_window& control)
         [this](std::uint32_t control_id, std::uint32_t code) { Guard([&] { OnNotify(control_id, code); }); });
 }
 
+bool CXTPFrameWnd::SetMenu(std::u16string_view title, std::span<const menu_item> menu)
+{
+    m_commandBars.set_menu(menu);
+    return m_toolkit.set_menu(title, menu);
+}
+
 void CXTPFrameWnd::SetAccelerators(std::span<const accelerator> table)
 {
-    m_accelerators = table;
+    m_commandBars.set_default_accelerators(table);
     m_toolkit.set_accelerators(table);
+}
+
+void CXTPFrameWnd::LoadCommandBars(std::u16string_view name)
+{
+    m_commandBars.load(*platform::current().user, name);
+    m_toolkit.load_command_bars(name);
+}
+
+void CXTPFrameWnd::SaveCommandBars(std::u16string_view name)
+{
+    m_toolkit.save_command_bars(name);
+    m_commandBars.save(*platform::current().user, name);
 }
 
 } // namespace cw

@@ -1,7 +1,9 @@
 // The base of a main frame: creation in the class library's order, command and notification
-// routing, accelerators, title and focus, over a toolkit that draws it. No window system.
+// routing, command bars and their keys, title and focus, over a toolkit that draws it. No window
+// system.
 #pragma once
 
+#include "framework/command_bars.h"
 #include "framework/commands.h"
 #include "framework/frame_services.h"
 #include "framework/frame_toolkit.h"
@@ -70,6 +72,11 @@ public:
     [[nodiscard]] const std::u16string& GetStatusText() const noexcept { return m_statusText; }
     void SetStatusText(int pane, std::u16string_view text);
     [[nodiscard]] control_window* GetFocus() const noexcept { return m_focus; }
+    /// Menus, toolbars and keys as the person wants them; the toolkit shows and changes them.
+    [[nodiscard]] command_bars& CommandBars() noexcept { return m_commandBars; }
+    /// The command that the message filter itself runs for a key, whatever the accelerators say; 0 for
+    /// none.
+    [[nodiscard]] virtual std::uint32_t FilteredCommand(const key_message& key) const noexcept;
     /// Moves the focus, through the toolkit.
     void SetFocus(control_window& control);
     /// The view tells where the person put the focus; null for elsewhere.
@@ -94,7 +101,15 @@ protected:
 
     /// Routes a control's notifications to `OnNotify` under the boundary.
     void Adopt(control_window& control);
+
+    // The command bars, in the order in which a frame sets them up.
+    /// Makes the menu bar; false where the toolkit cannot.
+    bool SetMenu(std::u16string_view title, std::span<const menu_item> menu);
+    /// The program's own keys. The table must outlive the frame.
     void SetAccelerators(std::span<const accelerator> table);
+    /// Restores and keeps what a person has changed, in the user's settings under that name.
+    void LoadCommandBars(std::u16string_view name);
+    void SaveCommandBars(std::u16string_view name);
 
 private:
     void report_unhandled() noexcept;
@@ -109,7 +124,7 @@ private:
     std::u16string m_title;
     std::u16string m_statusText;
     control_window* m_focus = nullptr;
-    std::span<const accelerator> m_accelerators;
+    command_bars m_commandBars;
     std::function<void(std::u16string_view)> m_unhandled;
     std::function<void()> m_idle;
 };

@@ -31,6 +31,38 @@ bool headless_toolkit::record(std::u16string_view operation, const Arguments&...
     return !m_failing.contains(operation);
 }
 
+/// Writes down how the frame puts the sheet together; nobody sees it.
+class headless_toolkit::recording_sheet final : public customize_sheet {
+public:
+    explicit recording_sheet(headless_toolkit& toolkit) noexcept : m_toolkit(toolkit) {}
+    ~recording_sheet() override { m_toolkit.record(u"destroy_customize_sheet"); }
+    recording_sheet(const recording_sheet&) = delete;
+    recording_sheet& operator=(const recording_sheet&) = delete;
+
+    void add_keyboard_page(std::span<const menu_item> menu) override
+    {
+        m_toolkit.record(u"add_keyboard_page", menu.size());
+    }
+    void add_options_page() override { m_toolkit.record(u"add_options_page"); }
+    void add_categories(std::span<const menu_item> menu) override { m_toolkit.record(u"add_categories", menu.size()); }
+    void insert_all_commands_category(std::u16string_view name, int place) override
+    {
+        m_toolkit.record(u"insert_all_commands_category", name, place);
+    }
+    void insert_built_in_menus(std::span<const menu_item> menu, std::u16string_view name, int place) override
+    {
+        m_toolkit.record(u"insert_built_in_menus", menu.size(), name, place);
+    }
+    void insert_new_menu_category(std::u16string_view name, int place) override
+    {
+        m_toolkit.record(u"insert_new_menu_category", name, place);
+    }
+    void run_modal() override { m_toolkit.record(u"run_modal"); }
+
+private:
+    headless_toolkit& m_toolkit;
+};
+
 std::u16string_view headless_toolkit::status_text(std::size_t pane) const noexcept
 {
     return pane < m_statusTexts.size() ? std::u16string_view(m_statusTexts[pane]) : std::u16string_view{};
@@ -144,6 +176,14 @@ void headless_toolkit::load_command_bars(std::u16string_view name)
 void headless_toolkit::save_command_bars(std::u16string_view name)
 {
     record(u"save_command_bars", name);
+}
+
+std::unique_ptr<customize_sheet> headless_toolkit::make_customize_sheet()
+{
+    record(u"make_customize_sheet");
+    if (!m_offersCustomizeSheet)
+        return nullptr;
+    return std::make_unique<recording_sheet>(*this);
 }
 
 } // namespace cw

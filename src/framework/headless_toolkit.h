@@ -22,6 +22,10 @@ public:
     /// something can fail.
     void fail(std::u16string_view operation) { m_failing.emplace(operation); }
 
+    /// From here on there is a sheet to customise with, whose calls are written down like all others;
+    /// its end is `destroy_customize_sheet`.
+    void offer_customize_sheet() noexcept { m_offersCustomizeSheet = true; }
+
     [[nodiscard]] bool has_window() const noexcept { return m_hasWindow; }
     [[nodiscard]] const std::u16string& title() const noexcept { return m_title; }
     /// Empty for a pane that never got a text.
@@ -50,8 +54,11 @@ public:
     void set_accelerators(std::span<const accelerator> table) override;
     void load_command_bars(std::u16string_view name) override;
     void save_command_bars(std::u16string_view name) override;
+    std::unique_ptr<customize_sheet> make_customize_sheet() override;
 
 private:
+    class recording_sheet;
+
     /// Writes the call down; false where the operation was told to fail.
     template <class... Arguments>
     bool record(std::u16string_view operation, const Arguments&... arguments);
@@ -59,6 +66,7 @@ private:
     std::vector<std::u16string> m_calls;
     std::set<std::u16string, std::less<>> m_failing;
     bool m_hasWindow = false;
+    bool m_offersCustomizeSheet = false;
     frame_create_parameters m_parameters;
     std::u16string m_title;
     std::vector<std::u16string> m_statusTexts;

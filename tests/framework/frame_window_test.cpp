@@ -5,6 +5,7 @@
 #include "framework/headless_toolkit.h"
 #include "framework/scripted_services.h"
 #include "framework/tree_control.h"
+#include "platform/memory_user_settings.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +28,10 @@ class sample_frame final : public CXTPFrameWnd {
 public:
     using CXTPFrameWnd::Adopt;
     using CXTPFrameWnd::CXTPFrameWnd;
+    using CXTPFrameWnd::LoadCommandBars;
+    using CXTPFrameWnd::SaveCommandBars;
     using CXTPFrameWnd::SetAccelerators;
+    using CXTPFrameWnd::SetMenu;
 
     names steps;
     std::optional<bool> enabled;
@@ -297,6 +301,47 @@ TEST_F(frame_window, matches_accelerators_with_their_modifiers)
     EXPECT_TRUE(frame.KeyDown({VK_F3}));
     for (const std::string& step : take())
         EXPECT_FALSE(step.starts_with("command")) << step;
+}
+
+TEST_F(frame_window, answers_keys_as_the_person_wants_them)
+{
+    frame.SetAccelerators(keys);
+    frame.CommandBars().assign_key({VK_S, true}, known_command);
+    frame.CommandBars().remove_key({VK_F3});
+    EXPECT_TRUE(frame.KeyDown({VK_S, true}));
+    EXPECT_FALSE(frame.KeyDown({VK_F3}));
+    EXPECT_EQ(take(), (names{"key 83", "command 100", "idle", "key 114", "idle"}));
+    EXPECT_EQ(frame.FilteredCommand({VK_F3}), 0u) << "no filter of its own";
+}
+
+constexpr std::array<menu_item, 1> commands_popup{{{u"Known", known_command}}};
+constexpr std::array<menu_item, 1> menu{{{u"&Commands", 0, false, commands_popup}}};
+
+TEST_F(frame_window, keeps_the_command_bars_in_the_users_settings)
+{
+    platform::memory_user_settings settings;
+    platform::services set = platform::current();
+    set.user = &settings;
+    const platform::scoped_services in_use(set);
+
+    EXPECT_TRUE(frame.SetMenu(u"Bar", menu));
+    frame.SetAccelerators(keys);
+    frame.LoadCommandBars(u"Bars");
+    frame.CommandBars().assign_key({VK_S, true, true}, known_command);
+    frame.SaveCommandBars(u"Bars");
+    EXPECT_EQ(toolkit.calls(), (std::vector<std::u16string>{u"set_menu Bar", u"set_accelerators 2",
+                                                            u"load_command_bars Bars", u"save_command_bars Bars"}));
+    EXPECT_EQ(toolkit.menu().data(), menu.data());
+
+    sample_frame next(toolkit, services);
+    EXPECT_TRUE(next.SetMenu(u"Bar", menu));
+    next.SetAccelerators(keys);
+    EXPECT_FALSE(next.KeyDown({VK_S, true, true}));
+    next.LoadCommandBars(u"Bars");
+    EXPECT_TRUE(next.KeyDown({VK_S, true, true}));
+
+    toolkit.fail(u"set_menu");
+    EXPECT_FALSE(next.SetMenu(u"Bar", menu));
 }
 
 TEST_F(frame_window, ends_a_key_where_its_filter_throws)

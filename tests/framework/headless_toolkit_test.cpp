@@ -48,6 +48,29 @@ TEST(headless_toolkit, writes_every_call_down_with_its_arguments)
     EXPECT_EQ(toolkit.calls(), lines{});
 }
 
+TEST(headless_toolkit, has_a_sheet_to_customise_with_where_it_was_told_to)
+{
+    headless_toolkit toolkit;
+    EXPECT_EQ(toolkit.make_customize_sheet(), nullptr);
+    toolkit.offer_customize_sheet();
+    const std::array<menu_item, 1> menu{{{u"&Copy", 32803}}};
+    {
+        const std::unique_ptr<customize_sheet> sheet = toolkit.make_customize_sheet();
+        ASSERT_NE(sheet, nullptr);
+        sheet->add_keyboard_page(menu);
+        sheet->add_options_page();
+        sheet->add_categories(menu);
+        sheet->insert_all_commands_category(u"All", customize_sheet::last_place);
+        sheet->insert_built_in_menus(menu, u"Menus", 2);
+        sheet->insert_new_menu_category(u"New", 3);
+        sheet->run_modal();
+    }
+    EXPECT_EQ(toolkit.calls(),
+              (lines{u"make_customize_sheet", u"make_customize_sheet", u"add_keyboard_page 1", u"add_options_page",
+                     u"add_categories 1", u"insert_all_commands_category All -1", u"insert_built_in_menus 1 Menus 2",
+                     u"insert_new_menu_category New 3", u"run_modal", u"destroy_customize_sheet"}));
+}
+
 TEST(headless_toolkit, keeps_what_it_was_given)
 {
     headless_toolkit toolkit;

@@ -1,0 +1,416 @@
+#include "framework/command_bars.h"
+
+#include "platform/memory_user_settings.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace cw {
+namespace {
+
+constexpr std::uint32_t open_id = 57601;
+constexpr std::uint32_t save_id = 57603;
+constexpr std::uint32_t report_id = 32780;
+constexpr std::uint32_t find_next_id = 32785;
+constexpr std::uint32_t standard_copy_id = 57634; // stands in no menu
+
+constexpr std::array<menu_item, 1> recent_popup{{{u"Recent File", 57616}}};
+constexpr std::array<menu_item, 3> file_popup{
+    {{u"&Open", open_id}, {u"&Save", save_id}, {u"&Recent Files", 0, false, recent_popup}}};
+constexpr std::array<menu_item, 2> tools_popup{{{u"&Report", report_id}, {u"Find Next", find_next_id}}};
+constexpr std::array<menu_item, 2> menu{{{u"&File", 0, false, file_popup}, {u"&Tools", 0, false, tools_popup}}};
+
+constexpr std::array<accelerator, 3> defaults{{{'C', true, false, false, standard_copy_id},
+                                               {0x72, false, false, false, find_next_id},
+                                               {'S', true, false, false, save_id}}};
+
+constexpr key_message ctrl_c{'C', true};
+constexpr key_message ctrl_s{'S', true};
+constexpr key_message f3{0x72};
+constexpr key_message f7{0x76};
+constexpr key_message alt_shift_f7{0x76, false, true, true};
+
+constexpr std::u16string_view name = u"CommandBars";
+constexpr std::u16string_view entry = u"State";
+
+/// Everything that can differ, as one text.
+std::string picture(const command_bars& bars)
+{
+    const auto narrow = [](std::u16string_view text) { return std::string(text.begin(), text.end()); };
+    std::string drawn;
+    for (const accelerator& key : bars.accelerators())
+        drawn += std::to_string(key.virtual_key) + (key.control ? "c" : "") + (key.shift ? "s" : "") +
+                 (key.alt ? "a" : "") + "=" + std::to_string(key.command_id) + " ";
+    const auto draw_items = [&](const auto& self, const std::vector<tool_item>& items) -> void {
+        for (const tool_item& item : items) {
+            drawn += item.kind == tool_kind::command     ? " " + std::to_string(item.command_id)
+                     : item.kind == tool_kind::separator ? " |"
+                                                         : " " + narrow(item.text);
+            if (item.kind == tool_kind::menu) {
+                drawn += "(";
+                self(self, item.contents);
+                drawn += " )";
+            }
+        }
+    };
+    for (const tool_bar& bar : bars.tool_bars()) {
+        drawn += "\n" + narrow(bar.name) + (bar.shown ? ":" : " hidden:");
+        draw_items(draw_items, bar.items);
+    }
+    const bar_options& look = bars.options();
+    drawn += std::string("\n") + (look.large_icons ? "large " : "small ") +
+             std::to_string(static_cast<int>(look.button_text)) + (look.menu_icons ? " icons" : "");
+    return drawn;
+}
+
+constexpr const char* untouched = "67c=57634 114=32785 83c=57603 \nsmall 0";
+
+tool_item own_menu(std::vector<tool_item> contents)
+{
+    tool_item made = tool_item::menu(u"Mine");
+    made.contents = std::move(contents);
+    return made;
+}
+
+struct bars_of_program : testing::Test {
+    bars_of_program()
+    {
+        prepare(bars);
+        bars.set_changed_sink([this] { ++changes; });
+    }
+    static void prepare(command_bars& some)
+    {
+        some.set_menu(menu);
+        some.set_default_accelerators(defaults);
+    }
+    /// What another start reads.
+    [[nodiscard]] std::string reloaded()
+    {
+        command_bars fresh;
+        prepare(fresh);
+        fresh.load(settings, name);
+        return picture(fresh);
+    }
+    [[nodiscard]] std::u16string kept() { return settings.read_text(name, entry, u"none"); }
+    /// What a start reads of a state that something else has written.
+    [[nodiscard]] std::string read_from(std::u16string_view state)
+    {
+        settings.write_text(name, entry, state);
+        return reloaded();
+    }
+    void customise()
+    {
+        bars.assign_key(f7, report_id);
+        bars.assign_key(alt_shift_f7, open_id);
+        bars.remove_key(ctrl_c);
+        ASSERT_TRUE(bars.set_tool_bars(
+            {{u"First \u00E9\"",
+              true,
+              {tool_item::command(open_id), tool_item::separator(), tool_item::popup(u"&Recent Files"),
+               own_menu({tool_item::command(save_id), tool_item::separator(), tool_item::command(report_id)})}},
+             {u"Second", false, {}}}));
+        bars.set_options({true, tool_button_text::under, true});
+    }
+
+    platform::memory_user_settings settings;
+    command_bars bars;
+    int changes = 0;
+};
+
+TEST_F(bars_of_program, begin_with_the_programs_own)
+{
+    EXPECT_EQ(picture(bars), untouched);
+    EXPECT_EQ(bars.menu().data(), menu.data());
+    EXPECT_EQ(bars.find_popup(u"&Recent Files"), &file_popup[2]);
+    EXPECT_EQ(bars.find_popup(u"&Open"), nullptr);
+}
+
+TEST_F(bars_of_program, find_the_command_of_a_key_with_all_that_is_held)
+{
+    EXPECT_EQ(bars.command_of(ctrl_s), save_id);
+    EXPECT_EQ(bars.command_of({'S'}), 0u);
+    EXPECT_EQ(bars.command_of({'S', true, true}), 0u);
+    EXPECT_EQ(bars.command_of({'S', true, false, true}), 0u);
+    EXPECT_EQ(bars.command_of({0}), 0u);
+}
+
+TEST_F(bars_of_program, an_assigned_key_is_taken_from_its_command)
+{
+    bars.assign_key(ctrl_s, report_id);
+    EXPECT_EQ(picture(bars), "67c=57634 114=32785 83c=32780 \nsmall 0");
+    bars.assign_key(f7, report_id);
+    EXPECT_EQ(picture(bars), "67c=57634 114=32785 83c=32780 118=32780 \nsmall 0");
+    EXPECT_EQ(changes, 2);
+}
+
+TEST_F(bars_of_program, a_key_that_comes_back_leaves_no_trace)
+{
+    bars.remove_key(f3);
+    bars.assign_key(ctrl_c, report_id);
+    bars.assign_key(f7, report_id);
+    bars.assign_key(ctrl_c, standard_copy_id);
+    bars.assign_key(f3, find_next_id);
+    bars.remove_key(f7);
+    EXPECT_EQ(picture(bars), untouched);
+    bars.save(settings, name);
+    EXPECT_EQ(kept(), u"none");
+}
+
+TEST_F(bars_of_program, keys_alone_are_reset_by_themselves)
+{
+    customise();
+    changes = 0;
+    bars.reset_keys();
+    EXPECT_TRUE(picture(bars).starts_with("67c=57634 114=32785 83c=57603 \nFirst")) << picture(bars);
+    EXPECT_EQ(changes, 1);
+    bars.reset();
+    EXPECT_EQ(picture(bars), untouched);
+    EXPECT_EQ(changes, 2);
+}
+
+TEST_F(bars_of_program, everything_is_kept)
+{
+    customise();
+    bars.save(settings, name);
+    EXPECT_EQ(reloaded(), picture(bars));
+    EXPECT_EQ(picture(bars).substr(0, 60), "114=32785 83c=57603 118=32780 118sa=57601 \nFirst \xE9\": 57601 |");
+    bars.reset();
+    bars.save(settings, name);
+    EXPECT_EQ(kept(), u"none");
+    EXPECT_EQ(reloaded(), untouched);
+}
+
+TEST_F(bars_of_program, nothing_is_kept_of_what_nobody_changed)
+{
+    bars.save(settings, name);
+    EXPECT_EQ(kept(), u"none");
+    // Also what was kept before goes.
+    settings.write_text(name, entry, u"old");
+    bars.save(settings, name);
+    EXPECT_EQ(kept(), u"none");
+}
+
+TEST_F(bars_of_program, each_difference_alone_is_kept)
+{
+    const std::array<std::function<void(command_bars&)>, 4> differences{
+        [](command_bars& some) { some.remove_key(f3); }, [](command_bars& some) { some.assign_key(f7, report_id); },
+        [](command_bars& some) {
+            (void)some.set_tool_bars({{u"T", true, {}}});
+        },
+        [](command_bars& some) {
+            some.set_options({false, tool_button_text::beside, false});
+        }};
+    for (const auto& difference : differences) {
+        command_bars some;
+        prepare(some);
+        difference(some);
+        some.save(settings, name);
+        EXPECT_NE(picture(some), untouched);
+        EXPECT_EQ(reloaded(), picture(some));
+    }
+}
+
+TEST_F(bars_of_program, a_load_takes_the_place_of_everything)
+{
+    customise();
+    changes = 0;
+    bars.load(settings, name);
+    EXPECT_EQ(picture(bars), untouched);
+    EXPECT_EQ(changes, 1);
+}
+
+// The smallest sound state, to be spoilt in one place each.
+constexpr std::u16string_view sound =
+    uR"({"version":1,"removed_keys":[{"key":67,"held":1,"command":57634}],"own_keys":[{"key":118,"held":0,)"
+    uR"("command":32780}],"toolbars":[{"name":"T","shown":true,"items":[57601,null,{"popup":"&File"},)"
+    uR"({"menu":"M","items":[57603,null]}]}],"options":{"large_icons":true,"button_text":"beside","menu_icons":false}})";
+constexpr const char* sound_picture = "114=32785 83c=57603 118=32780 \nT: 57601 | &File M( 57603 | )\nlarge 1";
+
+std::u16string replaced(std::u16string_view what, std::u16string_view by)
+{
+    std::u16string state(sound);
+    const std::size_t place = state.find(what);
+    EXPECT_NE(place, state.npos);
+    return state.replace(place, what.size(), by);
+}
+
+TEST_F(bars_of_program, a_sound_state_is_read)
+{
+    EXPECT_EQ(read_from(sound), sound_picture);
+    // Blanks are no damage.
+    EXPECT_EQ(read_from(u" " + std::u16string(sound) + u"\n"), sound_picture);
+}
+
+TEST_F(bars_of_program, a_damaged_state_is_no_state)
+{
+    const struct {
+        std::u16string_view what;
+        std::u16string_view by;
+    } damages[]{
+        {u"\"version\":1", u"\"version\":2"},
+        {u"\"version\":1", u"\"version\":\"1\""},
+        {u"\"version\":1", u"\"version\":-1"},
+        {u"\"version\":1", u"\"version\":1.0"},
+        {u"\"version\":1,", u""},
+        {u"\"version\":1", u"\"version\":1,\"more\":1"},
+        {u"\"held\":1", u"\"held\":8"},
+        {u"\"held\":1", u"\"held\":true"},
+        {u"\"key\":67", u"\"key\":0"},
+        {u"\"key\":67", u"\"key\":255"},
+        {u"\"key\":67", u"\"key\":-67"},
+        {u"\"key\":67", u"\"key\":null"},
+        {u"32780", u"4294967296"},
+        {u"32780", u"1e400"},
+        {u"[{\"key\":67", u"{\"key\":67"},
+        {u"[{\"key\":67,\"held\":1,\"command\":57634}]", u"{}"},
+        {u"\"name\":\"T\"", u"\"name\":\"\""},
+        {u"\"name\":\"T\"", u"\"name\":7"},
+        {u"\"name\":\"T\"", u"\"name\":\"0123456789012345678901234567890123456789012345678901234567890123456\""},
+        {u"\"shown\":true", u"\"shown\":1"},
+        {u"[57601,", u"[true,"},
+        {u"[57601,", u"[-5,"},
+        {u"[57601,", u"[57601.5,"},
+        {u"[57601,", u"[\"57601\","},
+        {u"[57601,", u"[[],"},
+        {u"\"popup\":\"&File\"", u"\"popup\":1"},
+        {u"\"popup\":\"&File\"", u"\"popup\":\"&File\",\"x\":1"},
+        {u"\"popup\":\"&File\"", u"\"other\":\"&File\""},
+        {u"\"menu\":\"M\"", u"\"menu\":\"\""},
+        {u"[57603,null]", u"7"},
+        {u"[57603,null]", u"[{\"menu\":\"N\",\"items\":[]}]"},
+        {u"[57603,null]", u"[{\"popup\":\"&File\"}]"},
+        {u"\"beside\"", u"\"above\""},
+        {u"\"beside\"", u"1"},
+        {u"\"large_icons\":true", u"\"large_icons\":null"},
+        {u"\"menu_icons\":false", u"\"menu_icons\":0"},
+        {u",\"menu_icons\":false", u""},
+        {u"}]}]", u"}]}"},
+    };
+    for (const auto& damage : damages)
+        EXPECT_EQ(read_from(replaced(damage.what, damage.by)), untouched)
+            << std::string(damage.what.begin(), damage.what.end()) << " -> "
+            << std::string(damage.by.begin(), damage.by.end());
+    for (const std::u16string_view garbage :
+         {u"5", u"garbage", u"{", u"[]", u"null", u"\"\"", u"{}", u"\xD800", u"\\x00", u"@ByteArray(\\0)"})
+        EXPECT_EQ(read_from(garbage), untouched) << std::string(garbage.begin(), garbage.end());
+}
+
+TEST_F(bars_of_program, every_cut_of_a_state_is_no_state)
+{
+    for (std::size_t length = 1; length < sound.size(); ++length)
+        EXPECT_EQ(read_from(sound.substr(0, length)), untouched) << length;
+}
+
+TEST_F(bars_of_program, a_state_without_bounds_is_no_state)
+{
+    EXPECT_EQ(read_from(std::u16string(900'000, u'[')), untouched);
+    EXPECT_EQ(read_from(std::u16string(sound) + std::u16string(1'000'000, u' ')), untouched);
+    std::u16string many;
+    for (int bar = 0; bar <= 24; ++bar)
+        many += std::u16string(bar ? u"," : u"") + u"{\"name\":\"" + static_cast<char16_t>(u'a' + bar) +
+                u"\",\"shown\":true,\"items\":[]}";
+    EXPECT_EQ(read_from(replaced(u"{\"name\":\"T\"", many + u",{\"name\":\"T\"")), untouched);
+    std::u16string long_bar;
+    for (int item = 0; item < 65; ++item)
+        long_bar += u"57601,";
+    EXPECT_EQ(read_from(replaced(u"[57601,", u"[" + long_bar)), untouched);
+    EXPECT_EQ(read_from(replaced(u"[57603,", u"[" + long_bar)), untouched);
+    std::u16string many_keys;
+    for (int key = 0; key < 2033; ++key)
+        many_keys += u"{\"key\":1,\"held\":0,\"command\":1},";
+    EXPECT_EQ(read_from(replaced(u"\"own_keys\":[", u"\"own_keys\":[" + many_keys)), untouched);
+    EXPECT_EQ(read_from(replaced(u"\"toolbars\":[", u"\"toolbars\":[{\"name\":\"T\",\"shown\":true,\"items\":[]},")),
+              untouched)
+        << "two of a name";
+}
+
+TEST_F(bars_of_program, what_the_program_does_not_have_is_left_out_alone)
+{
+    EXPECT_EQ(read_from(replaced(u"[57601,", u"[40000,")),
+              "114=32785 83c=57603 118=32780 \nT: | &File M( 57603 | )\nlarge 1");
+    EXPECT_EQ(read_from(replaced(u"&File", u"&Gone")),
+              "114=32785 83c=57603 118=32780 \nT: 57601 | M( 57603 | )\nlarge 1");
+    EXPECT_EQ(read_from(replaced(u"[57603,", u"[40000,")),
+              "114=32785 83c=57603 118=32780 \nT: 57601 | &File M( | )\nlarge 1");
+    EXPECT_EQ(read_from(replaced(u"32780", u"40000")), "114=32785 83c=57603 \nT: 57601 | &File M( 57603 | )\nlarge 1");
+    EXPECT_EQ(read_from(replaced(u"57634", u"40000")),
+              "67c=57634 114=32785 83c=57603 118=32780 \nT: 57601 | &File M( 57603 | )\nlarge 1")
+        << "such a key was never there";
+}
+
+TEST_F(bars_of_program, a_kept_key_takes_a_key_from_the_program)
+{
+    EXPECT_EQ(read_from(replaced(u"\"key\":118,\"held\":0", u"\"key\":83,\"held\":1")),
+              "114=32785 83c=32780 \nT: 57601 | &File M( 57603 | )\nlarge 1");
+}
+
+TEST_F(bars_of_program, unsound_toolbars_are_refused)
+{
+    ASSERT_TRUE(bars.set_tool_bars({{u"T", true, {}}}));
+    const std::string before = picture(bars);
+    changes = 0;
+    const tool_bar named{u"N", true, {}};
+    const auto with_items = [](std::vector<tool_item> items) { return tool_bar{u"I", true, std::move(items)}; };
+    EXPECT_FALSE(bars.set_tool_bars({{u"", true, {}}}));
+    EXPECT_FALSE(bars.set_tool_bars({{std::u16string(65, u'x'), true, {}}}));
+    EXPECT_FALSE(bars.set_tool_bars({named, named}));
+    EXPECT_FALSE(bars.set_tool_bars({with_items(std::vector<tool_item>(65))}));
+    EXPECT_FALSE(bars.set_tool_bars({with_items({own_menu(std::vector<tool_item>(65))})}));
+    EXPECT_FALSE(bars.set_tool_bars({with_items({own_menu({own_menu({})})})}));
+    EXPECT_FALSE(bars.set_tool_bars({with_items({own_menu({tool_item::popup(u"&File")})})}));
+    EXPECT_FALSE(bars.set_tool_bars({with_items({tool_item::menu(u"")})}));
+    EXPECT_EQ(picture(bars), before);
+    EXPECT_EQ(changes, 0);
+    EXPECT_TRUE(bars.set_tool_bars({with_items(std::vector<tool_item>(64)), named}));
+    EXPECT_EQ(changes, 1);
+}
+
+TEST_F(bars_of_program, nobody_needs_to_look)
+{
+    bars.set_changed_sink(nullptr);
+    bars.remove_key(f3);
+    EXPECT_EQ(bars.command_of(f3), 0u);
+}
+
+TEST(tool_items, go_in_and_come_out_at_places)
+{
+    std::vector<tool_item> items{tool_item::command(1), own_menu({tool_item::command(2)})};
+    EXPECT_TRUE(insert_item(items, {0, {}}, tool_item::popup(u"P")));
+    EXPECT_TRUE(insert_item(items, {3, {}}, tool_item::separator()));
+    EXPECT_TRUE(insert_item(items, {2, 1}, tool_item::command(3)));
+    EXPECT_TRUE(insert_item(items, {2, 0}, tool_item::separator()));
+    const std::vector<tool_item> expected{
+        tool_item::popup(u"P"), tool_item::command(1),
+        own_menu({tool_item::separator(), tool_item::command(2), tool_item::command(3)}), tool_item::separator()};
+    EXPECT_EQ(items, expected);
+
+    ASSERT_NE(item_at(items, {2, 2}), nullptr);
+    EXPECT_EQ(*item_at(items, {2, 2}), tool_item::command(3));
+    EXPECT_EQ(take_item(items, {2, 0}), tool_item::separator());
+    EXPECT_EQ(take_item(items, {0, {}}), tool_item::popup(u"P"));
+    EXPECT_EQ(items.size(), 3u);
+    EXPECT_EQ(items[1].contents.size(), 2u);
+}
+
+TEST(tool_items, have_no_places_elsewhere)
+{
+    std::vector<tool_item> items{tool_item::command(1), own_menu({tool_item::command(2)})};
+    const std::vector<tool_item> before = items;
+    EXPECT_FALSE(insert_item(items, {3, {}}, tool_item::separator()));
+    EXPECT_FALSE(insert_item(items, {0, 0}, tool_item::separator())) << "no menu";
+    EXPECT_FALSE(insert_item(items, {1, 2}, tool_item::separator()));
+    EXPECT_FALSE(insert_item(items, {1, 0}, tool_item::popup(u"P"))) << "one level is all";
+    EXPECT_FALSE(insert_item(items, {1, 0}, tool_item::menu(u"M")));
+    EXPECT_FALSE(insert_item(items, {9, 0}, tool_item::separator()));
+    EXPECT_EQ(take_item(items, {2, {}}), std::nullopt);
+    EXPECT_EQ(take_item(items, {0, 0}), std::nullopt);
+    EXPECT_EQ(take_item(items, {1, 1}), std::nullopt);
+    EXPECT_EQ(item_at(items, {2, {}}), nullptr);
+    EXPECT_EQ(item_at(items, {0, 0}), nullptr);
+    EXPECT_EQ(item_at(items, {1, 1}), nullptr);
+    EXPECT_EQ(items, before);
+}
+
+} // namespace
+} // namespace cw
