@@ -127,11 +127,11 @@ int CMainFrame::OnCreate()
     if (!toolkit.create_status_bar(status_bar_style, status_bar_id))
         return refused;
     toolkit.add_status_indicator(0, 0);
-    if (!toolkit.init_command_bars() || !toolkit.set_menu(menu_bar_title, main_menu()))
+    if (!toolkit.init_command_bars() || !SetMenu(menu_bar_title, main_menu()))
         return refused;
     toolkit.set_theme(toolkit_theme);
     SetAccelerators(main_accelerators());
-    toolkit.load_command_bars(command_bars_name);
+    LoadCommandBars(command_bars_name);
 
     m_pTreePane = &m_treeCtrl;
     m_pListPane = &m_listCtrl;
@@ -156,7 +156,7 @@ void CMainFrame::OnClose()
 {
     if (!m_reportPath.empty())
         delete_file(m_reportPath);
-    Toolkit().save_command_bars(command_bars_name);
+    SaveCommandBars(command_bars_name);
     platform::current().user->write_number(settings_section, settings_mode, m_expertMode ? 1 : 0);
     CXTPFrameWnd::OnClose();
 }
@@ -182,14 +182,21 @@ void CMainFrame::OnNotify(std::uint32_t control_id, std::uint32_t code)
             (this->*entry.handler)();
 }
 
-bool CMainFrame::PreTranslateMessage(const key_message& key)
+std::uint32_t CMainFrame::FilteredCommand(const key_message& key) const noexcept
 {
     for (const auto& entry : frame_maps::filtered_keys) {
         const std::uint32_t ignored_bits = entry.is_letter ? letter_case_bit : 0;
         const bool matches = ((key.virtual_key - entry.virtual_key) & ~ignored_bits) == 0;
         if (matches && (key.control || !entry.needs_control))
-            OnCmdMsg(entry.command_id, nullptr);
+            return entry.command_id;
     }
+    return 0;
+}
+
+bool CMainFrame::PreTranslateMessage(const key_message& key)
+{
+    if (const std::uint32_t command = FilteredCommand(key))
+        OnCmdMsg(command, nullptr);
     return CXTPFrameWnd::PreTranslateMessage(key);
 }
 

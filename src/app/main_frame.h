@@ -155,6 +155,9 @@ public:
     void OnExtractFile(std::uint32_t id);
     void OnUpdateExtractFile(command_ui& ui);
 
+    // ---- keys: app/main_frame.cpp --------------------------------------------------------------
+    [[nodiscard]] std::uint32_t FilteredCommand(const key_message& key) const noexcept override;
+
     // ---- read by window, companion and tests --------------------------------------------------
     [[nodiscard]] CTreeCtrl& Tree() noexcept { return m_treeCtrl; }
     [[nodiscard]] CListCtrl& List() noexcept { return m_listCtrl; }

@@ -245,4 +245,9 @@ void qt_toolkit::load_command_bars(std::u16string_view)
 
 void qt_toolkit::save_command_bars(std::u16string_view) {}
 
+std::unique_ptr<customize_sheet> qt_toolkit::make_customize_sheet()
+{
+    return nullptr;
+}
+
 } // namespace cw

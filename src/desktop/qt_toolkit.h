@@ -76,6 +76,7 @@ public:
     void set_accelerators(std::span<const accelerator> table) override;
     void load_command_bars(std::u16string_view name) override;
     void save_command_bars(std::u16string_view name) override;
+    std::unique_ptr<customize_sheet> make_customize_sheet() override;
 
 private:
     void focus_moved(QWidget* widget);
