@@ -44,7 +44,8 @@ void CMainFrame::OnFindNext(std::uint32_t)
         return;
 
     m_findText = CString(m_findMatcher.text());
-    if (const auto node = m_navNodes.find(current); node != m_navNodes.end() && feature_log_of(node->second.object.get()))
+    if (const auto node = m_navNodes.find(current);
+        node != m_navNodes.end() && feature_log_of(node->second.object.get()))
         for (HTREEITEM child = m_treeCtrl.GetChildItem(current); child; child = m_treeCtrl.GetNextSiblingItem(child))
             if (SearchNode(child))
                 return;

@@ -165,6 +165,40 @@ TEST(log_objects, the_count_is_read_anew)
     EXPECT_EQ(rows, 2u);
 }
 
+TEST(log_objects, work_that_answers_false_is_the_last)
+{
+    const auto list = make_object<records>();
+    std::size_t rows = 0;
+    for_each_record(list.get(), [&](std::size_t row, operation_record& record) {
+        ++rows;
+        record.keep_locked();
+        return row < 1;
+    });
+    EXPECT_EQ(rows, 2u);
+    EXPECT_EQ(list->counted, 2);
+    EXPECT_EQ(list->array.get()->cLocks, 2u);
+    while (list->array.get()->cLocks > 0)
+        SafeArrayUnaccessData(list->array.get());
+}
+
+TEST(log_objects, plain_texts_take_low_bits_for_truth_values)
+{
+    owned_array array(VT_VARIANT, 7);
+    array.put(0, automation::variant(u"text"));
+    array.put(1, automation::variant(std::int32_t{77}));
+    array.put(2, automation::variant(std::int32_t{65536}));
+    array.put(3, automation::variant(std::int32_t{-1}));
+    array.put(4, automation::variant(true));
+    array.put(5, automation::variant(false));
+    const operation_record record(array.get());
+    string converted;
+    std::vector<std::u16string> texts;
+    for (std::size_t index = 0; index < 8; ++index)
+        texts.emplace_back(record.plain_text(index, converted));
+    EXPECT_EQ(texts, (std::vector<std::u16string>{u"text", u"77", u"False", u"True", u"True", u"False", u"False",
+                                                  u"False"}));
+}
+
 TEST(log_objects, elements_are_read_by_their_form)
 {
     owned_array array(VT_VARIANT, 4);

@@ -46,6 +46,39 @@ TEST_F(feature_log_walk, without_properties_tells_that_nothing_is_installed)
     EXPECT_EQ(walk("[]"), lines{"scalar 0 State=Not Installed"});
 }
 
+TEST_F(feature_log_walk, ends_where_a_visitor_says_so)
+{
+    ASSERT_TRUE(program.open_log(R"({"root": {"Name": "M", "properties":
+        [["A", 2], ["T", {"array": ["One", "Two"]}], ["V", {"array": ["1", "2"]}], ["B", "b"]]}})"));
+    lines told;
+    std::size_t last = 0;
+    const auto visit = [&] {
+        told.clear();
+        return visit_feature_properties(
+            frame_access::root_feature_log(frame()).get(),
+            [&](std::size_t, std::u16string_view name, const VARIANT& value) {
+                told.push_back(platform::to_utf8(name) + "=" + std::to_string(value.vt));
+                return told.size() != last;
+            },
+            [&](std::size_t, std::u16string_view label, std::u16string_view text) {
+                told.push_back(platform::to_utf8(label) + "=" + platform::to_utf8(text));
+                return told.size() != last;
+            });
+    };
+    // Values come as the library gave them.
+    EXPECT_EQ(visit(), property_walk_end::all_visited);
+    EXPECT_EQ(told, (lines{"A=3", "One=1", "Two=2", "B=8"}));
+    last = 1;
+    EXPECT_EQ(visit(), property_walk_end::stopped);
+    EXPECT_EQ(told, lines{"A=3"});
+    last = 2;
+    EXPECT_EQ(visit(), property_walk_end::stopped);
+    EXPECT_EQ(told, (lines{"A=3", "One=1"}));
+    ASSERT_TRUE(program.open_log(R"({"root": {"Name": "M"}})"));
+    EXPECT_EQ(visit(), property_walk_end::no_properties);
+    EXPECT_EQ(told, lines{});
+}
+
 TEST_F(feature_log_walk, raises_behind_the_last_title)
 {
     EXPECT_EQ(walk(R"([["T", {"array": ["One"]}], ["V", {"array": ["1", "2"]}]])"), lines{"element 0 One=1"});

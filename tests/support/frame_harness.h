@@ -28,6 +28,7 @@ struct frame_access {
     static auto& nodes(CMainFrame& frame) { return frame.m_navNodes; }
     static auto& report_path(CMainFrame& frame) { return frame.m_reportPath; }
     static auto& find_text(CMainFrame& frame) { return frame.m_findText; }
+    static auto& find_anchor(CMainFrame& frame) { return frame.m_findAnchor; }
     static auto& view_filter(CMainFrame& frame) { return frame.m_viewFilter; }
     static auto& expert_mode(CMainFrame& frame) { return frame.m_expertMode; }
 };
