@@ -29,7 +29,8 @@ struct session_options {
 std::unique_ptr<platform::user_settings> settings_of(const std::string& file)
 {
     std::error_code failure;
-    if (!platform::read_whole_file(file) && std::filesystem::exists(file, failure))
+    if (!platform::read_whole_file(file, platform::longest_user_settings_in_bytes) &&
+        std::filesystem::exists(file, failure))
         throw std::runtime_error(file + ": the settings cannot be read");
     return std::make_unique<platform::ini_user_settings>(file);
 }

@@ -2,6 +2,8 @@
 // understood stays where it is. For the settings of machine and user.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,21 +36,22 @@ public:
     [[nodiscard]] std::string to_bytes() const;
 
 private:
-    enum class line_kind { other, section, entry };
+    // Small: a file that is no settings file at all can be millions of lines.
     struct line {
-        line_kind kind;
         std::string text;
-        std::string section; // the section that the line stands in or opens
-        std::string name;
-        std::string value;
+        std::uint32_t section; // the place in `m_sections` of the section that the line stands in or opens
+        bool is_entry;
     };
+    [[nodiscard]] entry entry_of(const line& each) const;
+    [[nodiscard]] bool is_named(const line& each, std::string_view section, std::string_view name) const;
     [[nodiscard]] std::vector<line>::iterator find_line(std::string_view section, std::string_view name);
 
+    std::vector<std::string> m_sections{std::string()};
     std::vector<line> m_lines;
 };
 
-/// The bytes of a regular file of at most 1 MiB; nothing where there is none or it cannot be read. Never
-/// waits: what stands in the place of settings may be a pipe.
-[[nodiscard]] std::optional<std::string> read_whole_file(const std::string& path);
+/// The bytes of a regular file of at most that length; nothing where there is none or it cannot be read.
+/// Never waits: what stands in the place of settings may be a pipe.
+[[nodiscard]] std::optional<std::string> read_whole_file(const std::string& path, std::size_t longest_in_bytes);
 
 } // namespace cw::platform

@@ -12,6 +12,9 @@ namespace cw::platform {
 
 namespace {
 
+// People write them, and the program reads them before anything else.
+constexpr std::size_t longest_settings_in_bytes = 1 << 20;
+
 constexpr const char16_t* current_version_key = u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
 constexpr const char16_t* common_files_value = u"CommonFilesDir";
 
@@ -32,7 +35,7 @@ public:
     {
         if (!common_files_folder.empty())
             m_keys[folded(current_version_key)][folded(common_files_value)] = common_files_folder;
-        const ini_document document(read_whole_file(file).value_or(""));
+        const ini_document document(read_whole_file(file, longest_settings_in_bytes).value_or(""));
         for (const ini_document::entry& entry : document.entries())
             m_keys[folded(from_utf8(entry.section))][folded(from_utf8(entry.name))] = path_from_bytes(entry.value);
     }

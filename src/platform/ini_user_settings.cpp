@@ -4,10 +4,14 @@
 #include "platform/utf8.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unicode/utf16.h>
 #include <unistd.h>
 
@@ -46,28 +50,58 @@ bool write_all(int file, std::string_view bytes)
     return true;
 }
 
-/// Writes beside the file and renames; the old file stands where anything fails.
-bool replace_file(const std::string& path, std::string_view bytes)
+/// Whether a file's owner has marked it as one that is not to be changed. A rename would go through all
+/// the same, and the administrator may write anything.
+bool is_write_protected(const std::filesystem::path& file)
 {
-    std::error_code failure;
-    // The file behind a link is replaced, not the link.
-    std::filesystem::path target = std::filesystem::weakly_canonical(path, failure);
-    if (failure)
-        return false;
-    if (target.has_parent_path())
-        std::filesystem::create_directories(target.parent_path(), failure);
+    struct stat status {};
+    return stat(file.c_str(), &status) == 0 && ((status.st_mode & 0222) == 0 || access(file.c_str(), W_OK) != 0);
+}
+
+constexpr int longest_wait_ms = 2000;
+
+/// Keeps other programs from changing settings in the same folder.
+class folder_lock {
+public:
+    explicit folder_lock(const std::filesystem::path& folder, int patience_ms)
+        : m_folder(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    {
+        constexpr int pause_ms = 10;
+        while (flock(m_folder, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+            m_waitedInVain = patience_ms <= 0;
+            if (m_waitedInVain)
+                return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(pause_ms));
+            patience_ms -= pause_ms;
+        }
+    }
+    ~folder_lock()
+    {
+        if (m_folder >= 0)
+            close(m_folder);
+    }
+    folder_lock(const folder_lock&) = delete;
+    folder_lock& operator=(const folder_lock&) = delete;
+    [[nodiscard]] bool waited_in_vain() const noexcept { return m_waitedInVain; }
+
+private:
+    int m_folder;
+    bool m_waitedInVain = false;
+};
+
+/// Writes beside the file and renames; the old file stands where anything fails.
+void replace_file(const std::filesystem::path& target, std::string_view bytes)
+{
     std::string temporary = target.native() + ".XXXXXX";
     const int file = mkstemp(temporary.data());
     if (file < 0)
-        return false;
+        return;
     struct stat before {};
     const mode_t mode = stat(target.c_str(), &before) == 0 ? before.st_mode & 07777 : mode_of_new_file;
     bool good = fchmod(file, mode) == 0 && write_all(file, bytes) && fsync(file) == 0;
     good = close(file) == 0 && good;
-    if (good && std::rename(temporary.c_str(), target.c_str()) == 0)
-        return true;
-    unlink(temporary.c_str());
-    return false;
+    if (!good || std::rename(temporary.c_str(), target.c_str()) != 0)
+        unlink(temporary.c_str());
 }
 
 } // namespace
@@ -115,9 +149,9 @@ std::u16string unescape_setting(std::string_view bytes)
     return text;
 }
 
-ini_user_settings::ini_user_settings(std::string path) : m_path(std::move(path))
+ini_user_settings::ini_user_settings(std::string path) : m_path(std::move(path)), m_patienceMs(longest_wait_ms)
 {
-    const ini_document document(read_whole_file(m_path).value_or(""));
+    const ini_document document(read_whole_file(m_path, longest_user_settings_in_bytes).value_or(""));
     for (const ini_document::entry& entry : document.entries())
         m_values.write_text(unescape_setting(entry.section), unescape_setting(entry.name),
                             unescape_setting(entry.value));
@@ -126,16 +160,26 @@ ini_user_settings::ini_user_settings(std::string path) : m_path(std::move(path))
 template <class Change>
 void ini_user_settings::change_file(Change change)
 {
-    // Read afresh: another run may have written in the meantime.
     std::error_code failure;
-    std::optional<std::string> bytes = read_whole_file(m_path);
-    if (!bytes && std::filesystem::exists(m_path, failure))
+    // The file behind a link is replaced, not the link.
+    const std::filesystem::path target = std::filesystem::weakly_canonical(m_path, failure);
+    if (failure)
+        return;
+    if (target.has_parent_path())
+        std::filesystem::create_directories(target.parent_path(), failure);
+    // Read afresh: another run may have written in the meantime.
+    const folder_lock lock(target.has_parent_path() ? target.parent_path() : ".", m_patienceMs);
+    // Somebody who holds the folder for other reasons makes the program wait once and no more.
+    if (lock.waited_in_vain())
+        m_patienceMs = 0;
+    const std::optional<std::string> bytes = read_whole_file(target, longest_user_settings_in_bytes);
+    if (bytes ? is_write_protected(target) : std::filesystem::exists(target, failure))
         return;
     ini_document document(bytes.value_or(""));
     change(document);
-    std::string changed = document.to_bytes();
-    if (bytes != changed)
-        replace_file(m_path, changed);
+    const std::string changed = document.to_bytes();
+    if (bytes != changed && changed.size() <= longest_user_settings_in_bytes)
+        replace_file(target, changed);
 }
 
 int ini_user_settings::read_number(std::u16string_view section, std::u16string_view entry, int default_value)

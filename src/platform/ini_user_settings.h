@@ -1,5 +1,5 @@
-// User settings in an INI file: for programs without a window, which keeps its own. Each change
-// replaces the file as a whole, so a program that is killed leaves the old file or the new one.
+// User settings in an INI file, for the window and the companion. Each change replaces the file as a
+// whole, so a program that is killed leaves the old file or the new one.
 #pragma once
 
 #include "platform/memory_user_settings.h"
@@ -8,8 +8,13 @@
 
 namespace cw::platform {
 
-/// Where the file cannot be read or written, the settings live in memory for the run. Lines that
-/// the program did not write stay as they are.
+/// Enough for a text of a million characters that all need an escape. A file that is longer, and a
+/// change that would make it longer, are left alone.
+constexpr std::size_t longest_user_settings_in_bytes = 8 << 20;
+
+/// Where the file cannot be read or may not be written, the settings live in memory for the run, and
+/// what stands in its place stays as it is. Lines that the program did not write stay in any case.
+/// Programs that change the same file at the same time wait for each other and lose nothing.
 class ini_user_settings final : public user_settings {
 public:
     /// `path` in bytes; the folder is made at the first write.
@@ -27,6 +32,7 @@ private:
     void change_file(Change change);
 
     std::string m_path;
+    int m_patienceMs;
     memory_user_settings m_values;
 };
 

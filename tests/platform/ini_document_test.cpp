@@ -12,6 +12,13 @@ namespace {
 using cw::platform::ini_document;
 using cw::test_support::open_descriptors;
 
+constexpr std::size_t longest = 1 << 20;
+
+std::optional<std::string> read_whole_file(const std::string& path)
+{
+    return cw::platform::read_whole_file(path, longest);
+}
+
 constexpr const char* sample = "; made by hand\n"
                                "loose=1\n"
                                "\n"
@@ -102,11 +109,10 @@ TEST(ini_document, takes_any_bytes)
 TEST(read_whole_file, tells_absence_from_emptiness)
 {
     const cw::test_support::temporary_folder folder;
-    EXPECT_EQ(cw::platform::read_whole_file(folder.write("empty", "")), "");
-    EXPECT_EQ(cw::platform::read_whole_file(folder.write("zero", std::string_view("a\0b\r\n", 5))),
-              std::string("a\0b\r\n", 5));
-    EXPECT_EQ(cw::platform::read_whole_file(folder.file("absent")), std::nullopt);
-    EXPECT_EQ(cw::platform::read_whole_file(folder.path()), std::nullopt);
+    EXPECT_EQ(read_whole_file(folder.write("empty", "")), "");
+    EXPECT_EQ(read_whole_file(folder.write("zero", std::string_view("a\0b\r\n", 5))), std::string("a\0b\r\n", 5));
+    EXPECT_EQ(read_whole_file(folder.file("absent")), std::nullopt);
+    EXPECT_EQ(read_whole_file(folder.path()), std::nullopt);
 }
 
 TEST(read_whole_file, takes_nothing_but_files)
@@ -114,24 +120,24 @@ TEST(read_whole_file, takes_nothing_but_files)
     const cw::test_support::temporary_folder folder;
     const std::ptrdiff_t open_before = open_descriptors();
     ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
-    EXPECT_EQ(cw::platform::read_whole_file(folder.file("pipe")), std::nullopt);
+    EXPECT_EQ(read_whole_file(folder.file("pipe")), std::nullopt);
     for (const char* device : {"/dev/zero", "/dev/null", "/dev/tty"})
-        EXPECT_EQ(cw::platform::read_whole_file(device), std::nullopt) << device;
+        EXPECT_EQ(read_whole_file(device), std::nullopt) << device;
     folder.write("file", "a=1");
     std::filesystem::create_symlink("file", folder.path() / "link");
-    EXPECT_EQ(cw::platform::read_whole_file(folder.file("link")), "a=1");
+    EXPECT_EQ(read_whole_file(folder.file("link")), "a=1");
     EXPECT_EQ(open_descriptors(), open_before);
 }
 
-TEST(read_whole_file, takes_files_of_up_to_one_mebibyte)
+TEST(read_whole_file, takes_files_of_up_to_the_length_asked_for)
 {
     const cw::test_support::temporary_folder folder;
     const std::ptrdiff_t open_before = open_descriptors();
-    const std::string longest(1 << 20, 'x');
-    EXPECT_TRUE(cw::platform::read_whole_file(folder.write("longest", longest)) == longest);
-    EXPECT_EQ(cw::platform::read_whole_file(folder.write("longer", longest + "x")), std::nullopt);
+    const std::string bytes(longest, 'x');
+    EXPECT_TRUE(read_whole_file(folder.write("longest", bytes)) == bytes);
+    EXPECT_EQ(read_whole_file(folder.write("longer", bytes + "x")), std::nullopt);
     // One that is made as it is read is longer than its size tells.
-    EXPECT_GT(cw::platform::read_whole_file("/proc/self/status").value_or("").size(), 0u);
+    EXPECT_GT(read_whole_file("/proc/self/status").value_or("").size(), 0u);
     EXPECT_EQ(open_descriptors(), open_before);
 }
 
