@@ -9,6 +9,7 @@
 #include "framework/cstring.h"
 #include "framework/frame_window.h"
 #include "framework/list_control.h"
+#include "framework/office_border.h"
 #include "framework/tree_control.h"
 #include "media/column_sets.h"
 #include "media/nav_node.h"
@@ -227,6 +228,9 @@ private:
     // In the order in which they are made; destruction runs the other way.
     control_window* m_pTreePane = nullptr;
     control_window* m_pListPane = nullptr;
+    // Made and destroyed with the frame; they are never given a window.
+    CXTPOfficeBorder<CStatic> m_borderStatic;
+    CXTPOfficeBorder<CEdit> m_borderEdit;
     automation::com_ptr<ILogLoader> m_logLoader;
     automation::com_ptr<ILogDocument> m_logDocument;
     automation::com_ptr<IFeatureLog> m_rootFeatureLog;

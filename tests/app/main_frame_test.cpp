@@ -100,6 +100,19 @@ TEST(main_frame, sets_its_controls_up)
     EXPECT_EQ(list.GetSmallImages(), nullptr);
 }
 
+TEST(main_frame, has_two_bordered_controls_that_never_get_a_window)
+{
+    frame_harness program;
+    ASSERT_TRUE(program.start());
+    const CStatic& border_static = frame_access::border_static(program.frame());
+    const CEdit& border_edit = frame_access::border_edit(program.frame());
+    EXPECT_FALSE(border_static.HasWindow());
+    EXPECT_FALSE(border_edit.HasWindow());
+    EXPECT_LT(static_cast<const void*>(&border_static), static_cast<const void*>(&border_edit));
+    EXPECT_LT(static_cast<const void*>(&border_edit),
+              static_cast<const void*>(&frame_access::log_loader(program.frame())));
+}
+
 TEST(main_frame, begins_with_its_first_values)
 {
     frame_harness program;

@@ -104,6 +104,21 @@ TEST_F(recent_file_list, reads_its_entries_and_leaves_empty_ones_out)
     EXPECT_EQ(entries(), (paths{u"/a", u"/d", u"", u""}));
 }
 
+TEST_F(recent_file_list, keeps_entries_of_any_text)
+{
+    const paths odd{std::u16string(10'000, u'x'), u"/a\nb\r\tc\x1B", std::u16string(u"\xD800/\xDFFF"),
+                    std::u16string(u"/zero\0inside", 13)};
+    for (std::size_t index = 0; index < odd.size(); ++index)
+        services.user.write_text(section, u"File" + std::u16string(1, static_cast<char16_t>(u'1' + index)), odd[index]);
+    list.ReadList();
+    EXPECT_EQ(entries(), odd);
+    list.WriteList();
+    EXPECT_EQ(stored(4), odd);
+    for (const std::u16string& entry : odd)
+        list.Add(entry);
+    EXPECT_EQ(entries(), (paths{odd[3], odd[2], odd[1], odd[0]}));
+}
+
 TEST_F(recent_file_list, writes_its_entries_and_removes_those_of_empty_places)
 {
     for (const auto* entry : {u"File1", u"File2", u"File3", u"File4", u"File5"})

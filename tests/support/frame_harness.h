@@ -20,6 +20,8 @@ namespace cw {
 
 /// Members of the frame that only tests look at.
 struct frame_access {
+    static auto& border_static(CMainFrame& frame) { return frame.m_borderStatic; }
+    static auto& border_edit(CMainFrame& frame) { return frame.m_borderEdit; }
     static auto& log_loader(CMainFrame& frame) { return frame.m_logLoader; }
     static auto& log_document(CMainFrame& frame) { return frame.m_logDocument; }
     static auto& root_feature_log(CMainFrame& frame) { return frame.m_rootFeatureLog; }
