@@ -4,6 +4,8 @@
 #include "desktop/qt_text.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QStandardPaths>
 
 #include <cstdio>
 
@@ -33,7 +35,7 @@ bool main_window_host::base_init_instance()
 void main_window_host::set_registry_key(std::u16string_view company)
 {
     m_installed.reset();
-    m_settings.emplace(to_qt(company), application_title());
+    m_settings.emplace(QFile::encodeName(settings_file(to_qt(company))).toStdString());
     platform::services with_settings = platform::current();
     with_settings.user = &*m_settings;
     m_installed.emplace(with_settings);
@@ -45,6 +47,12 @@ std::unique_ptr<CMainFrame> main_window_host::create_frame(CRecentFileList& rece
     if (frame)
         m_toolkit.attach(*frame, &recent_files);
     return frame;
+}
+
+QString settings_file(const QString& company)
+{
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    return QStringLiteral("%1/%2/%3.conf").arg(folder, company, application_title());
 }
 
 int run_window(main_window_host& host)

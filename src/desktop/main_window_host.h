@@ -5,8 +5,10 @@
 #include "app/application.h"
 #include "desktop/qt_services.h"
 #include "desktop/qt_toolkit.h"
-#include "desktop/qt_user_settings.h"
+#include "platform/ini_user_settings.h"
 #include "platform/services.h"
+
+#include <QString>
 
 #include <optional>
 #include <string>
@@ -36,9 +38,12 @@ private:
     std::vector<std::u16string> m_arguments;
     qt_toolkit m_toolkit;
     qt_services m_services{m_toolkit};
-    std::optional<qt_user_settings> m_settings;
+    std::optional<platform::ini_user_settings> m_settings;
     std::optional<platform::scoped_services> m_installed;
 };
+
+/// The file of the user's settings under a company's name, where the desktop keeps such files.
+[[nodiscard]] QString settings_file(const QString& company);
 
 /// Runs the program in its window until that is closed; answers the exit status.
 int run_window(main_window_host& host);

@@ -1,5 +1,7 @@
 #include "desktop/main_window_host.h"
 
+#include "app/menus.h"
+#include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
 #include "tests/desktop/desktop_support.h"
 
@@ -7,7 +9,12 @@
 #include <QApplication>
 #include <QThread>
 #include <QTimer>
+#include <QWindow>
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
 
 namespace cw {
 namespace {
@@ -78,6 +85,103 @@ TEST(MainWindowHost, BringsUpEverythingThatIsAskedFor)
     EXPECT_EQ(host.arguments().size(), 2u);
     EXPECT_EQ(&host.toolkit(), &host.window_toolkit());
     EXPECT_EQ(&host.services(), &host.window_services());
+}
+
+/// Settings in a folder of their own.
+class settings_folder {
+public:
+    settings_folder() : m_before(qgetenv("XDG_CONFIG_HOME")) { qputenv("XDG_CONFIG_HOME", m_folder.path().c_str()); }
+    ~settings_folder() { qputenv("XDG_CONFIG_HOME", m_before); }
+    settings_folder(const settings_folder&) = delete;
+    settings_folder& operator=(const settings_folder&) = delete;
+
+    [[nodiscard]] const temporary_folder& folder() const { return m_folder; }
+    void write(const std::string& bytes)
+    {
+        std::filesystem::create_directories(file().parent_path());
+        std::ofstream(file(), std::ios::binary) << bytes;
+    }
+    [[nodiscard]] std::string read() const
+    {
+        std::ifstream stream(file(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    [[nodiscard]] static std::filesystem::path file()
+    {
+        return settings_file(QStringLiteral("Cratewright")).toStdString();
+    }
+
+private:
+    temporary_folder m_folder;
+    QByteArray m_before;
+};
+
+/// Starts, turns Expert Mode around and closes; whether it was on at the start.
+bool run_and_turn_expert_mode()
+{
+    main_window_host host({});
+    bool was_on = false;
+    when_running(host, [&](main_window&) {
+        auto& frame = dynamic_cast<CMainFrame&>(*host.window_toolkit().frame());
+        was_on = frame.ExpertMode();
+        frame.OnExpertMode(ID_VIEW_EXPERT_MODE);
+    });
+    EXPECT_EQ(run_window(host), 0);
+    return was_on;
+}
+
+TEST(MainWindowHost, KeepsSettingsUnderTheCompanysAndTheProgramsName)
+{
+    const settings_folder settings;
+    EXPECT_EQ(settings_folder::file(),
+              settings.folder().path() / "Cratewright" / "Cratewright Cabinet and Log File Viewer.conf");
+    EXPECT_FALSE(run_and_turn_expert_mode());
+    EXPECT_EQ(settings.read(), "[Settings]\nMode=1\n");
+    EXPECT_TRUE(run_and_turn_expert_mode());
+    EXPECT_EQ(settings.read(), "[Settings]\nMode=0\n");
+}
+
+TEST(MainWindowHost, LosesNothingOfSettingsThatItDoesNotKnow)
+{
+    settings_folder settings;
+    settings.write("; mine\n[Other]\nKey=a, b\n[Settings]\nMode=many\nModel=5\n[Torn\nno line of settings\n");
+    EXPECT_FALSE(run_and_turn_expert_mode());
+    EXPECT_EQ(settings.read(), "; mine\n[Other]\nKey=a, b\n[Settings]\nMode=1\nModel=5\n[Torn\nno line of settings\n");
+}
+
+TEST(MainWindowHost, StartsAndEndsWithSettingsThatAreNoFile)
+{
+    settings_folder settings;
+    std::filesystem::create_directories(settings_folder::file());
+    EXPECT_FALSE(run_and_turn_expert_mode());
+    EXPECT_TRUE(std::filesystem::is_empty(settings_folder::file()));
+    std::filesystem::remove(settings_folder::file());
+    ASSERT_EQ(mkfifo(settings_folder::file().c_str(), 0600), 0);
+    EXPECT_FALSE(run_and_turn_expert_mode());
+    EXPECT_TRUE(std::filesystem::is_fifo(settings_folder::file()));
+}
+
+TEST(MainWindowHost, StartsAndEndsWithSettingsThatMayNotBeWritten)
+{
+    settings_folder settings;
+    settings.write("[Settings]\nMode=1\n");
+    std::filesystem::permissions(settings_folder::file(), std::filesystem::perms::owner_read);
+    EXPECT_TRUE(run_and_turn_expert_mode());
+    EXPECT_EQ(settings.read(), "[Settings]\nMode=1\n");
+}
+
+TEST(MainWindowHost, TwoAtATimeKeepEachOthersEntries)
+{
+    settings_folder settings;
+    main_window_host first({});
+    main_window_host second({});
+    first.set_registry_key(u"Cratewright");
+    platform::user_settings& of_first = *platform::current().user;
+    second.set_registry_key(u"Cratewright");
+    platform::user_settings& of_second = *platform::current().user;
+    of_first.write_number(u"Settings", u"Mode", 1);
+    of_second.write_text(u"CommandBars", u"State", u"x");
+    EXPECT_EQ(settings.read(), "[Settings]\nMode=1\n[CommandBars]\nState=x\n");
 }
 
 } // namespace
