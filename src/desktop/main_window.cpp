@@ -1,10 +1,12 @@
 #include "desktop/main_window.h"
 
+#include "desktop/dropped_file.h"
 #include "desktop/icons.h"
 #include "desktop/virtual_keys.h"
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDragEnterEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScreen>
@@ -14,6 +16,7 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <optional>
 
 namespace cw {
 namespace {
@@ -21,6 +24,22 @@ namespace {
 constexpr QSize preferred_size(1100, 700);
 constexpr int space_beside_status_text = 4;
 constexpr int share_of_screen_in_percent = 90;
+
+/// A command may be in the middle of its work, waiting for an answer.
+bool is_asking()
+{
+    return QApplication::activeModalWidget() || QApplication::activePopupWidget();
+}
+
+/// The file is read and stays where it is: an offer to move it, which ends with its removal by whoever
+/// dragged it, is taken as one to copy or to link it.
+std::optional<Qt::DropAction> action_of(const QDropEvent& event)
+{
+    for (const Qt::DropAction action : {Qt::CopyAction, Qt::LinkAction})
+        if (event.possibleActions().testFlag(action))
+            return action;
+    return std::nullopt;
+}
 
 } // namespace
 
@@ -129,6 +148,40 @@ void main_window::closeEvent(QCloseEvent* event)
     // The frame decides, and destroys the window at the end of its close.
     event->ignore();
     m_events.close_wanted();
+}
+
+void main_window::accept_files(std::function<void(const std::u16string& path)> opened)
+{
+    m_fileDropped = std::move(opened);
+    setAcceptDrops(true);
+}
+
+void main_window::dragEnterEvent(QDragEnterEvent* event)
+{
+    const std::optional<Qt::DropAction> action = action_of(*event);
+    if (is_asking() || !action || !dropped_file(*event->mimeData()))
+        return event->ignore();
+    event->setDropAction(*action);
+    event->accept();
+}
+
+void main_window::dropEvent(QDropEvent* event)
+{
+    const std::optional<Qt::DropAction> action = action_of(*event);
+    const std::optional<std::u16string> path = dropped_file(*event->mimeData());
+    if (is_asking() || !action || !path)
+        return event->ignore();
+    event->setDropAction(*action);
+    event->accept();
+    raise();
+    activateWindow();
+    QMetaObject::invokeMethod(
+        this,
+        [this, path = *path] {
+            if (!is_asking())
+                m_fileDropped(path);
+        },
+        Qt::QueuedConnection);
 }
 
 } // namespace cw

@@ -8,6 +8,7 @@
 #include <QMainWindow>
 
 #include <functional>
+#include <string>
 #include <vector>
 
 class QSplitter;
@@ -49,16 +50,23 @@ public:
     void set_status_text(int pane, const QString& text);
     [[nodiscard]] QString status_text(int pane) const;
 
+    /// Lets a file be dropped anywhere on the window, except while a dialog or a menu is open. `opened` gets
+    /// its path once the drop is over: whoever dragged it does not wait for what comes of it.
+    void accept_files(std::function<void(const std::u16string& path)> opened);
+
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     window_events m_events;
     QSplitter* m_splitter = nullptr;
     int m_firstPaneWidthInPixels = 0;
     std::vector<elided_label*> m_statusPanes;
+    std::function<void(const std::u16string& path)> m_fileDropped;
 };
 
 } // namespace cw

@@ -1,7 +1,9 @@
 #include "desktop/main_window_host.h"
 
+#include "desktop/busy_cursor.h"
 #include "desktop/dialogs.h"
 #include "desktop/qt_text.h"
+#include "foundation/string.h"
 
 #include <QApplication>
 #include <QFile>
@@ -49,6 +51,15 @@ std::unique_ptr<CMainFrame> main_window_host::create_frame(CRecentFileList& rece
     return frame;
 }
 
+void main_window_host::accept_dropped_files(CMainFrame& frame)
+{
+    m_toolkit.window()->accept_files([this, &frame](const std::u16string& path) {
+        // A file that is dropped while the window closes comes too late.
+        if (m_toolkit.frame())
+            m_toolkit.enter([&] { frame.OpenFile(string(path)); });
+    });
+}
+
 QString settings_file(const QString& company)
 {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
@@ -58,12 +69,17 @@ QString settings_file(const QString& company)
 int run_window(main_window_host& host)
 {
     CCwCabVu3App app(host);
-    if (!app.InitInstance())
-        return 1;
+    {
+        // A file of the command line is opened within.
+        const busy_cursor busy;
+        if (!app.InitInstance())
+            return 1;
+    }
     if (!app.MainWindow()->HasWindow()) {
         std::fputs("cwcabview: the window could not be made\n", stderr);
         return 1;
     }
+    host.accept_dropped_files(*app.MainWindow());
     // Not at once: the entry that closed the window has still to end.
     host.window_toolkit().set_destroyed_sink([] {
         QMetaObject::invokeMethod(

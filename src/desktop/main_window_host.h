@@ -31,6 +31,9 @@ public:
     [[nodiscard]] frame_services& services() override { return m_services; }
     [[nodiscard]] std::unique_ptr<CMainFrame> create_frame(CRecentFileList& recent_files) override;
 
+    /// Lets the frame open what is dropped on its window, which must be there.
+    void accept_dropped_files(CMainFrame& frame);
+
     [[nodiscard]] qt_toolkit& window_toolkit() noexcept { return m_toolkit; }
     [[nodiscard]] qt_services& window_services() noexcept { return m_services; }
 

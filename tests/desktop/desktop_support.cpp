@@ -4,10 +4,13 @@
 #include "bridges/activation.h"
 
 #include <QApplication>
+#include <QDragEnterEvent>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMimeData>
 #include <QTest>
 #include <QTimer>
+#include <QUrl>
 #include <QWindow>
 
 namespace cw::test_support {
@@ -59,6 +62,25 @@ void press(main_window& window, Qt::Key key, Qt::KeyboardModifiers held)
 {
     QTest::keyClick(window.windowHandle(), key, held);
     pump();
+}
+
+bool drop(main_window& window, QPoint place, const std::vector<std::string>& paths, Qt::DropActions offered)
+{
+    QList<QUrl> urls;
+    for (const std::string& path : paths)
+        urls.append(QUrl::fromLocalFile(QString::fromStdString(path)));
+    QMimeData data;
+    data.setUrls(urls);
+    QDragEnterEvent entering(place, offered, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window.windowHandle(), &entering);
+    if (!entering.isAccepted()) {
+        QDragLeaveEvent leaving;
+        QCoreApplication::sendEvent(window.windowHandle(), &leaving);
+        return false;
+    }
+    QDropEvent dropping(place, offered, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window.windowHandle(), &dropping);
+    return dropping.isAccepted() && dropping.dropAction() != Qt::MoveAction;
 }
 
 void when_modal(std::function<void(QWidget& dialog)> answer)

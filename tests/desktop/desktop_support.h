@@ -35,6 +35,10 @@ void pump();
 [[nodiscard]] QStringList popup_texts(main_window& window, const QString& popup);
 /// A key to the native window, as the window system sends it.
 void press(main_window& window, Qt::Key key, Qt::KeyboardModifiers held = {});
+/// Drags files over the native window, as the window system does, and lets them go there if the window
+/// takes them; whether it did.
+bool drop(main_window& window, QPoint place, const std::vector<std::string>& paths,
+          Qt::DropActions offered = Qt::CopyAction | Qt::MoveAction);
 /// Runs `answer` as soon as a modal dialog is up, and closes what is left of the dialog afterwards.
 void when_modal(std::function<void(QWidget& dialog)> answer);
 

@@ -87,6 +87,68 @@ TEST(MainWindowHost, BringsUpEverythingThatIsAskedFor)
     EXPECT_EQ(&host.services(), &host.window_services());
 }
 
+/// What the person sees at the moment when a file begins to be opened, which is when the title changes.
+class open_watcher final : public QObject {
+public:
+    open_watcher() { qApp->installEventFilter(this); }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        const auto* window = dynamic_cast<main_window*>(watched);
+        if (!window || event->type() != QEvent::WindowTitleChange || window->windowTitle() == application_title())
+            return false;
+        ++opens;
+        visible = window->isVisible() && window->windowHandle()->isExposed();
+        const QCursor* cursor = QGuiApplication::overrideCursor();
+        waiting = cursor && cursor->shape() == Qt::WaitCursor;
+        return false;
+    }
+
+    int opens = 0;
+    bool visible = false;
+    bool waiting = false;
+};
+
+TEST(MainWindowHost, ShowsTheWindowBeforeTheFileOfTheCommandLineIsOpened)
+{
+    const temporary_folder folder;
+    main_window_host host({folder.wide_file("a.clg")});
+    open_watcher watcher;
+    when_running(host, [&](main_window&) { EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr); });
+    EXPECT_EQ(run_window(host), 0);
+    EXPECT_EQ(watcher.opens, 1);
+    EXPECT_TRUE(watcher.visible);
+    EXPECT_TRUE(watcher.waiting);
+}
+
+TEST(MainWindowHost, OpensADroppedFile)
+{
+    const temporary_folder folder;
+    main_window_host host({});
+    open_watcher watcher;
+    QString title;
+    when_running(host, [&](main_window& window) {
+        EXPECT_TRUE(drop(window, window.rect().center(), {folder.file("a.clg")}));
+        EXPECT_EQ(watcher.opens, 0) << "only when the drop is over";
+        pump();
+        title = window.windowTitle();
+    });
+    EXPECT_EQ(run_window(host), 0);
+    EXPECT_EQ(title, QString::fromStdString(folder.file("a.clg")));
+    EXPECT_EQ(watcher.opens, 1);
+    EXPECT_TRUE(watcher.waiting);
+}
+
+TEST(MainWindowHost, OpensNothingThatIsDroppedOnAClosingWindow)
+{
+    const temporary_folder folder;
+    main_window_host host({});
+    open_watcher watcher;
+    when_running(host, [&](main_window& window) { EXPECT_TRUE(drop(window, {5, 5}, {folder.file("a.clg")})); });
+    EXPECT_EQ(run_window(host), 0);
+    EXPECT_EQ(watcher.opens, 0);
+}
+
 /// Settings in a folder of their own.
 class settings_folder {
 public:

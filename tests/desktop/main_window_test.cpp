@@ -3,9 +3,13 @@
 #include "tests/desktop/desktop_support.h"
 
 #include <QDialog>
+#include <QHeaderView>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QScreen>
 #include <QSplitter>
+#include <QStatusBar>
 #include <QTest>
 #include <QWindow>
 #include <gtest/gtest.h>
@@ -127,6 +131,82 @@ TEST_F(MainWindow, ALongStatusTextDoesNotWidenTheWindow)
     window.set_status_text(1, text);
     EXPECT_EQ(window.status_text(1), QString()) << "there is no such pane";
     EXPECT_FALSE(window.grab().isNull());
+}
+
+struct DropOnWindow : testing::Test {
+    DropOnWindow()
+    {
+        shown.window().accept_files([this](const std::u16string& path) { opened.push_back(path); });
+        pump();
+    }
+    /// The middle of a widget, in the window.
+    QPoint middle(const QWidget& widget) { return widget.mapTo(&shown.window(), widget.rect().center()); }
+
+    temporary_folder folder;
+    recording_window shown;
+    std::vector<std::u16string> opened;
+};
+
+TEST_F(DropOnWindow, IsTakenOverEveryPartOfIt)
+{
+    std::vector<std::u16string> expected;
+    for (const QWidget* part : std::initializer_list<const QWidget*>{
+             &shown.tree(), shown.tree().viewport(), &shown.list(), shown.list().viewport(),
+             shown.list().horizontalHeader(), shown.window().menuBar(), shown.window().statusBar(), &shown.window()}) {
+        EXPECT_TRUE(drop(shown.window(), middle(*part), {folder.file("any.txt")})) << part->metaObject()->className();
+        expected.push_back(folder.wide_file("any.txt"));
+        pump();
+    }
+    EXPECT_EQ(opened, expected);
+}
+
+TEST_F(DropOnWindow, OfSeveralFilesIsTheFirst)
+{
+    EXPECT_TRUE(drop(shown.window(), {9, 9}, {folder.file("a.hdr"), folder.file("b.cab"), folder.file("c.clg")}));
+    pump();
+    EXPECT_EQ(opened, std::vector{folder.wide_file("a.hdr")});
+}
+
+TEST_F(DropOnWindow, OfAFolderOrOfNothingIsRefused)
+{
+    EXPECT_FALSE(drop(shown.window(), {9, 9}, {folder.path()}));
+    EXPECT_FALSE(drop(shown.window(), {9, 9}, {}));
+    pump();
+    EXPECT_TRUE(opened.empty());
+}
+
+TEST_F(DropOnWindow, MovesNothingAway)
+{
+    EXPECT_TRUE(drop(shown.window(), {9, 9}, {folder.file("a.hdr")}, Qt::MoveAction | Qt::LinkAction));
+    EXPECT_FALSE(drop(shown.window(), {9, 9}, {folder.file("b.hdr")}, Qt::MoveAction));
+    pump();
+    EXPECT_EQ(opened, std::vector{folder.wide_file("a.hdr")});
+}
+
+TEST_F(DropOnWindow, IsRefusedWhileADialogOrAMenuIsOpen)
+{
+    QDialog dialog(&shown.window());
+    dialog.setModal(true);
+    dialog.show();
+    EXPECT_FALSE(drop(shown.window(), {9, 9}, {folder.file("a.hdr")}));
+    dialog.hide();
+
+    QMenu menu(&shown.window());
+    menu.popup({});
+    EXPECT_FALSE(drop(shown.window(), {9, 9}, {folder.file("a.hdr")}));
+    menu.hide();
+
+    EXPECT_TRUE(drop(shown.window(), {9, 9}, {folder.file("a.hdr")}));
+    dialog.show();
+    pump();
+    EXPECT_TRUE(opened.empty()) << "the dialog came before the file could be opened";
+}
+
+TEST_F(MainWindow, TakesNoDropsUntilSomebodyOpensThem)
+{
+    window.show();
+    pump();
+    EXPECT_FALSE(drop(window, {9, 9}, {"/a.hdr"}));
 }
 
 } // namespace
