@@ -16,6 +16,8 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
+#include <limits>
+
 namespace cw {
 namespace {
 
@@ -38,6 +40,35 @@ QLabel* plain_label(const QString& text, QWidget* parent)
 int width_of_characters(const QWidget& widget, int count)
 {
     return widget.fontMetrics().averageCharWidth() * count;
+}
+
+/// A field for one line that takes texts of any length; its own limit would cut what is pasted, and tell
+/// nobody.
+QLineEdit* text_field(const QString& text, QWidget* parent)
+{
+    auto* field = new QLineEdit(parent);
+    field->setMaxLength(std::numeric_limits<int>::max());
+    field->setText(text);
+    field->setMinimumWidth(width_of_characters(*parent, field_width_in_characters));
+    return field;
+}
+
+bool is_line_break(QChar character)
+{
+    return character == u'\n' || character == u'\r' || character == QChar::LineSeparator ||
+           character == QChar::ParagraphSeparator;
+}
+
+/// A line that was copied as a whole brings its end along. Breaks between lines stay: cells of a log may
+/// hold them, and are searched for the text as it stands.
+QString without_outer_line_breaks(const QString& text)
+{
+    QStringView rest = text;
+    while (!rest.isEmpty() && is_line_break(rest.front()))
+        rest = rest.sliced(1);
+    while (!rest.isEmpty() && is_line_break(rest.back()))
+        rest.chop(1);
+    return rest.toString();
 }
 
 QDialogButtonBox* button_box(QDialog* dialog, QDialogButtonBox::StandardButtons buttons)
@@ -74,7 +105,7 @@ QString application_title()
 }
 
 password_dialog::password_dialog(const QString& path, const QString& refusal, QWidget* parent)
-    : QDialog(parent), m_field(new QLineEdit(this))
+    : QDialog(parent), m_field(text_field({}, this))
 {
     setWindowTitle(QStringLiteral("Password"));
     auto* layout = new QVBoxLayout(this);
@@ -88,7 +119,6 @@ password_dialog::password_dialog(const QString& path, const QString& refusal, QW
         layout->addLayout(refusal_line(refusal, this));
 
     m_field->setEchoMode(QLineEdit::Password);
-    m_field->setMinimumWidth(width_of_characters(*this, field_width_in_characters));
     m_field->setAccessibleName(QStringLiteral("Password"));
     m_field->setAccessibleDescription(refusal);
     auto* form = new QFormLayout;
@@ -109,17 +139,16 @@ QString password_dialog::password() const
 }
 
 find_dialog::find_dialog(const QString& initial_text, QWidget* parent)
-    : QDialog(parent), m_field(new QLineEdit(initial_text, this))
+    : QDialog(parent), m_field(text_field(initial_text, this))
 {
     setWindowTitle(QStringLiteral("Find"));
-    m_field->setMinimumWidth(width_of_characters(*this, field_width_in_characters));
     m_field->setAccessibleName(QStringLiteral("Find what"));
     m_field->selectAll();
 
     auto* form = new QFormLayout;
-    form->addRow(QStringLiteral("Fi&nd what:"), m_field);
+    form->addRow(QStringLiteral("Find what:"), m_field);
     QDialogButtonBox* buttons = button_box(this, QDialogButtonBox::Cancel);
-    auto* find_next = buttons->addButton(QStringLiteral("&Find Next"), QDialogButtonBox::AcceptRole);
+    auto* find_next = buttons->addButton(QStringLiteral("Find Next"), QDialogButtonBox::AcceptRole);
     find_next->setDefault(true);
 
     auto* layout = new QVBoxLayout(this);
@@ -131,7 +160,7 @@ find_dialog::find_dialog(const QString& initial_text, QWidget* parent)
 
 QString find_dialog::text() const
 {
-    return m_field->text();
+    return without_outer_line_breaks(m_field->text());
 }
 
 about_dialog::about_dialog(QWidget* parent) : QDialog(parent)

@@ -1,7 +1,9 @@
 #include "desktop/dialogs.h"
 
 #include <QCheckBox>
+#include <QClipboard>
 #include <QDialogButtonBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -80,8 +82,10 @@ TEST(FindDialog, AsksForATextWithFindNextAsItsDefault)
     find_dialog dialog({}, nullptr);
     EXPECT_EQ(dialog.windowTitle(), "Find");
     EXPECT_EQ(dialog.field().accessibleName(), "Find what");
-    EXPECT_TRUE(shows_text(dialog, QStringLiteral("nd what:")));
+    EXPECT_TRUE(shows_text(dialog, QStringLiteral("Find what:")));
+    EXPECT_EQ(dialog.text(), QString());
     ASSERT_NE(button(dialog, QStringLiteral("Find Next")), nullptr);
+    EXPECT_EQ(button(dialog, QStringLiteral("Find Next"))->text(), "Find Next");
     EXPECT_TRUE(button(dialog, QStringLiteral("Find Next"))->isDefault());
     ASSERT_NE(button(dialog, QStringLiteral("Cancel")), nullptr);
 
@@ -90,6 +94,65 @@ TEST(FindDialog, AsksForATextWithFindNextAsItsDefault)
     QTest::keyClick(&dialog.field(), Qt::Key_Return);
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
     EXPECT_EQ(dialog.text(), "needle");
+}
+
+TEST(FindDialog, HasTheFocusInItsField)
+{
+    find_dialog dialog({}, nullptr);
+    dialog.show();
+    dialog.activateWindow();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(dialog.focusWidget(), &dialog.field());
+}
+
+TEST(FindDialog, LeavesByCancelAndByEscape)
+{
+    find_dialog dialog({}, nullptr);
+    dialog.show();
+    button(dialog, QStringLiteral("Cancel"))->click();
+    EXPECT_EQ(dialog.result(), QDialog::Rejected);
+    dialog.setResult(QDialog::Accepted);
+    dialog.show();
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+    EXPECT_EQ(dialog.result(), QDialog::Rejected);
+}
+
+QString pasted(QDialog& dialog, QLineEdit& field, const QString& text)
+{
+    dialog.show();
+    QGuiApplication::clipboard()->setText(text);
+    field.clear();
+    field.paste();
+    return field.text();
+}
+
+TEST(FindDialog, TakesAPastedMegabyteWhole)
+{
+    find_dialog dialog({}, nullptr);
+    const QString text = QStringLiteral("0123456789").repeated(100'000) + u'!';
+    EXPECT_TRUE(pasted(dialog, dialog.field(), text) == text);
+    EXPECT_TRUE(dialog.text() == text);
+}
+
+TEST(FindDialog, DropsTheLineBreaksAroundPastedLinesOnly)
+{
+    find_dialog dialog({}, nullptr);
+    pasted(dialog, dialog.field(), QStringLiteral("\r\n one line \r\n"));
+    EXPECT_EQ(dialog.text(), " one line ");
+    pasted(dialog, dialog.field(), QStringLiteral("\none\ntwo\r\nthree\n"));
+    EXPECT_EQ(dialog.text(), "one\ntwo\r\nthree");
+    pasted(dialog, dialog.field(), QStringLiteral("cell\tcell"));
+    EXPECT_EQ(dialog.text(), "cell\tcell");
+    pasted(dialog, dialog.field(), QStringLiteral("\n"));
+    EXPECT_EQ(dialog.text(), QString());
+}
+
+TEST(PasswordDialog, TakesALongPasswordWhole)
+{
+    password_dialog dialog(QStringLiteral("/a.hdr"), {}, nullptr);
+    const QString text = QStringLiteral("0123456789").repeated(10'000);
+    EXPECT_TRUE(pasted(dialog, dialog.field(), text) == text);
+    EXPECT_TRUE(dialog.password() == text);
 }
 
 TEST(FindDialog, OffersTheInitialTextSelected)
