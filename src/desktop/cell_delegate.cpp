@@ -15,10 +15,38 @@ namespace {
 
 // No column is wide enough for more; laying out a megabyte of text for one cell takes seconds.
 constexpr qsizetype longest_drawn_length_in_code_units = 2000;
-constexpr qsizetype longest_tip_length_in_code_units = 4000;
+
+// A tip that fits on every screen. Nobody reads more than that while holding the mouse still.
+constexpr qsizetype longest_tip_in_code_units = 2000;
+constexpr int most_lines_of_tip = 20;
+constexpr int longest_word_of_tip = 60;
 
 constexpr int space_around_text_in_pixels = 6; // above and below together
 constexpr float grid_opacity = 0.12f;
+
+/// Markup that shows a text as it stands: without it, names such as "<Data>" would be taken for markup
+/// themselves, and nothing would wrap.
+QString tip_of(const QString& text)
+{
+    QString shown;
+    int lines = 1;
+    int word = 0;
+    for (const QChar character : text) {
+        if (shown.size() >= longest_tip_in_code_units || (character == u'\n' && ++lines > most_lines_of_tip)) {
+            shown += u'\u2026';
+            break;
+        }
+        word = character.isSpace() ? 0 : word + 1;
+        // Paths and keys have no blanks to wrap at: an invisible one lets them.
+        if (word > longest_word_of_tip && !character.isLowSurrogate() && !character.isMark()) {
+            shown += u'\u200B';
+            word = 1;
+        }
+        const bool is_control = character.category() == QChar::Other_Control;
+        shown += is_control && character != u'\n' && character != u'\t' ? QChar(u' ') : character;
+    }
+    return QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(shown.toHtmlEscaped());
+}
 
 } // namespace
 
@@ -77,10 +105,7 @@ bool cell_delegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const 
         QToolTip::hideText();
         return true;
     }
-    // Names such as "<Data>" would be taken for markup.
-    const QString text = index.data().toString().left(longest_tip_length_in_code_units).toHtmlEscaped();
-    QToolTip::showText(event->globalPos(), QStringLiteral("<p style='white-space:pre-wrap'>%1</p>").arg(text), view,
-                       cell.rect);
+    QToolTip::showText(event->globalPos(), tip_of(index.data().toString()), view, cell.rect);
     return true;
 }
 

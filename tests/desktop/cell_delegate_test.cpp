@@ -6,6 +6,7 @@
 #include <QHelpEvent>
 #include <QImage>
 #include <QPainter>
+#include <QScreen>
 #include <QStandardItemModel>
 #include <QTableView>
 #include <QToolTip>
@@ -61,6 +62,39 @@ TEST_F(CellDelegate, TipsOnlyWhatIsCut)
 TEST_F(CellDelegate, TipsShowTextsThatLookLikeMarkupAsTheyAre)
 {
     EXPECT_TRUE(tip_over(1).contains("&lt;Data&gt; &amp; a text"));
+}
+
+TEST_F(CellDelegate, TipsShowControlCharactersAsBlanksAndKeepLines)
+{
+    model.item(0, 1)->setText(QStringLiteral("a line that is longer than its cell\r\nand\tmore\x01 of it"));
+    EXPECT_TRUE(tip_over(1).contains("than its cell \nand\tmore  of it<"));
+}
+
+TEST_F(CellDelegate, TipsWrapLongWords)
+{
+    const QString word(60, u'd');
+    const QString gap(QChar(0x200B));
+    model.item(0, 1)->setText(word + u'\\' + word);
+    EXPECT_TRUE(tip_over(1).contains(word + gap + u'\\' + word.left(59) + gap + u'd' + u'<'));
+    // Neither between the halves of a character nor before what belongs to the one before it.
+    model.item(0, 1)->setText(QString(59, u'd') + QString::fromUtf8("\U0001F4E6\u0301e"));
+    EXPECT_TRUE(tip_over(1).contains(QString(59, u'd') + QString::fromUtf8("\U0001F4E6\u0301\u200Be<")));
+}
+
+TEST_F(CellDelegate, TipsFitOnTheScreen)
+{
+    const QSize room = view.screen()->availableGeometry().size();
+    for (const QString& text : {QString(1'000'000, u'x'), QString(1'000'000, u'\n') + u'x',
+                                QString("word ").repeated(200'000), QString("line\n").repeated(100'000)}) {
+        model.item(0, 1)->setText(text);
+        const QString tip = tip_over(1);
+        EXPECT_TRUE(tip.contains(u'\u2026'));
+        for (const QWidget* widget : QApplication::topLevelWidgets())
+            if (widget->inherits("QTipLabel")) {
+                EXPECT_LT(widget->width(), room.width());
+                EXPECT_LT(widget->height(), room.height()) << text.left(5).toStdString();
+            }
+    }
 }
 
 TEST_F(CellDelegate, TipsCanBeOff)

@@ -1,10 +1,12 @@
 #include "tests/desktop/desktop_support.h"
 
 #include <QAbstractItemModelTester>
+#include <QHelpEvent>
 #include <QImage>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <QToolTip>
 #include <gtest/gtest.h>
 
 namespace cw {
@@ -223,6 +225,33 @@ TEST_F(TreePane, LetsGoOfTheControl)
     tree.InsertItem(u"another", {}, {}); // nobody listens
     pane.catch_up();
     pump();
+}
+
+/// The tool tip over an item; empty without one.
+QString tip_over(tree_pane& pane, const QModelIndex& index)
+{
+    QToolTip::hideText();
+    const QPoint place = pane.visualRect(index).center();
+    QHelpEvent event(QEvent::ToolTip, place, pane.viewport()->mapToGlobal(place));
+    QCoreApplication::sendEvent(pane.viewport(), &event);
+    const QString tip = QToolTip::isVisible() ? QToolTip::text() : QString();
+    QToolTip::hideText();
+    return tip;
+}
+
+TEST_F(TreePane, TipsShowTextsThatAreCut)
+{
+    const HTREEITEM root = add(u"root");
+    const HTREEITEM item = add(u"<Support>", root);
+    const HTREEITEM long_item = add(u"<a text that is longer than the pane is wide, even by far>", root);
+    change([&] { tree.Expand(root, true); });
+    EXPECT_EQ(tip_over(pane, at(root)), QString());
+    EXPECT_EQ(tip_over(pane, at(item)), QString());
+    EXPECT_TRUE(
+        tip_over(pane, at(long_item)).contains("&lt;a text that is longer than the pane is wide, even by far&gt;"));
+    pane.setFixedWidth(60);
+    pump();
+    EXPECT_TRUE(tip_over(pane, at(item)).contains("&lt;Support&gt;"));
 }
 
 } // namespace
