@@ -1,7 +1,9 @@
 #include "desktop/frame_menus.h"
 
 #include "app/menus.h"
+#include "desktop/icons.h"
 #include "desktop/qt_text.h"
+#include "desktop/shortcut_notes.h"
 #include "desktop/virtual_keys.h"
 #include "framework/recent_file_list.h"
 
@@ -10,13 +12,8 @@
 #include <QMenu>
 #include <QMenuBar>
 
-#include <array>
-
 namespace cw {
 namespace {
-
-// Keys that the frame's message filter answers itself stand in no accelerator table.
-constexpr auto filtered_keys = std::to_array<accelerator>({{u'O', true, false, false, ID_FILE_OPEN}});
 
 bool is_recent_files_placeholder(std::span<const menu_item> table)
 {
@@ -58,14 +55,31 @@ void frame_menus::add(QMenu& popup, const menu_item& item)
         add_command(popup, to_qt(item.text), item.id, !item.disabled_in_resource);
 }
 
-QAction* frame_menus::add_command(QMenu& popup, const QString& text, std::uint32_t id, bool enabled)
+QAction* frame_menus::make_action(QObject& owner, const QString& text, std::uint32_t id)
 {
-    QAction* action = popup.addAction(text);
+    auto* action = new QAction(text, &owner);
     action->setData(id);
-    action->setEnabled(enabled);
     action->setMenuRole(QAction::NoRole);
     QObject::connect(action, &QAction::triggered, action, [this, id] { m_commands.run(id); });
     return action;
+}
+
+void frame_menus::add_command(QMenu& popup, const QString& text, std::uint32_t id, bool enabled)
+{
+    QAction* action = make_action(popup, text, id);
+    action->setEnabled(enabled);
+    popup.addAction(action);
+}
+
+void frame_menus::update_state(QAction& action) const
+{
+    const command_ui state = m_commands.update(action.data().toUInt());
+    if (const std::optional<bool> enabled = state.enabled())
+        action.setEnabled(*enabled);
+    if (const std::optional<bool> checked = state.checked()) {
+        action.setCheckable(true);
+        action.setChecked(*checked);
+    }
 }
 
 void frame_menus::refresh(QMenu& popup, std::span<const menu_item> table)
@@ -78,15 +92,10 @@ void frame_menus::refresh(QMenu& popup, std::span<const menu_item> table)
             continue;
         // A key behind a tab is shown beside the text; the frame itself answers the key.
         const QString key = key_text(id);
-        if (!key.isEmpty())
-            action->setText(action->text().section(u'\t', 0, 0) + u'\t' + key);
-        const command_ui state = m_commands.update(id);
-        if (const std::optional<bool> enabled = state.enabled())
-            action->setEnabled(*enabled);
-        if (const std::optional<bool> checked = state.checked()) {
-            action->setCheckable(true);
-            action->setChecked(*checked);
-        }
+        const QString text = action->text().section(u'\t', 0, 0);
+        action->setText(key.isEmpty() ? text : text + u'\t' + key);
+        action->setIcon(m_iconsShown ? command_icon(id) : QIcon());
+        update_state(*action);
     }
 }
 
@@ -106,7 +115,7 @@ void frame_menus::refill_recent_files(QMenu& popup, const menu_item& placeholder
 
 QString frame_menus::key_text(std::uint32_t id) const
 {
-    for (const std::span<const accelerator> table : {m_accelerators, std::span<const accelerator>(filtered_keys)})
+    for (const std::span<const accelerator> table : {m_accelerators, fixed_keys()})
         for (const accelerator& key : table)
             if (key.command_id == id)
                 return accelerator_text(key);

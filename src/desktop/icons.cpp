@@ -1,8 +1,11 @@
 #include "desktop/icons.h"
 
+#include "app/menus.h"
+
 #include <QString>
 
 #include <array>
+#include <map>
 
 // The resources lie in a static library: without this call the linker would leave them out.
 static void register_icons()
@@ -38,6 +41,32 @@ constexpr std::array<const char*, tree_icon_count> names{
     "string",            // 21 also the default value
 };
 
+struct command_picture {
+    std::uint32_t command_id;
+    const char* path; // below the icons, without its extension
+};
+
+// A view's picture is that of its root in the tree.
+constexpr auto command_pictures = std::to_array<command_picture>({
+    {ID_FILE_OPEN, "commands/open"},
+    {ID_FILE_SAVE, "commands/save"},
+    {ID_APP_EXIT, "commands/exit"},
+    {ID_SEARCH_FIND, "commands/find"},
+    {ID_SEARCH_FIND_NEXT, "commands/find_next"},
+    {ID_VIEW_ALL, "commands/view_all"},
+    {ID_VIEW_FEATURES, "tree/features"},
+    {ID_VIEW_COMPONENTS, "tree/components"},
+    {ID_VIEW_SETUP_TYPES, "tree/setup_types"},
+    {ID_VIEW_SHELL_OBJECTS, "tree/explorer_shell"},
+    {ID_VIEW_REGISTRY_SETS, "tree/registry"},
+    {ID_VIEW_MEDIA_SETTINGS, "commands/media_settings"},
+    {ID_VIEW_EXPERT_MODE, "commands/expert_mode"},
+    {ID_TOOLS_EXTRACT, "commands/extract"},
+    {ID_TOOLS_REPORT, "commands/report"},
+    {ID_HELP_TOPIC, "commands/help"},
+    {ID_APP_ABOUT, "commands/about"},
+});
+
 QIcon load(const QString& path)
 {
     static const bool registered = (register_icons(), true);
@@ -66,6 +95,21 @@ const QIcon& tree_icon(int index)
 const char* tree_icon_name(int index)
 {
     return names.at(static_cast<std::size_t>(index));
+}
+
+const QIcon& command_icon(std::uint32_t command_id)
+{
+    static std::map<std::uint32_t, QIcon> icons;
+    static const QIcon none;
+    for (const command_picture& picture : command_pictures) {
+        if (picture.command_id != command_id)
+            continue;
+        QIcon& icon = icons[command_id];
+        if (icon.isNull())
+            icon = load(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(picture.path)));
+        return icon;
+    }
+    return none;
 }
 
 const QIcon& application_icon()

@@ -1,10 +1,11 @@
-// The program's pictures: the 22 of the tree's image list by index, and the application's own. Used
-// by the models, the window and the dialogs.
+// The program's pictures: the 22 of the tree's image list by index, those of commands, and the
+// application's own. Used by the models, the window, the command bars and the dialogs.
 #pragma once
 
 #include <QIcon>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace cw {
 
@@ -16,6 +17,8 @@ inline constexpr int tree_icon_size = 16; // in pixels at scale 1
 [[nodiscard]] const QIcon& tree_icon(int index);
 /// The resource file name of a picture, without folder and extension; the index must be in range.
 [[nodiscard]] const char* tree_icon_name(int index);
+/// A command's picture; empty for a command that has none.
+[[nodiscard]] const QIcon& command_icon(std::uint32_t command_id);
 [[nodiscard]] const QIcon& application_icon();
 
 } // namespace cw

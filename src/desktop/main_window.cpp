@@ -6,13 +6,16 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QContextMenuEvent>
 #include <QDragEnterEvent>
 #include <QKeyEvent>
+#include <QMenuBar>
 #include <QPainter>
 #include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QStyle>
+#include <QToolBar>
 #include <QWindow>
 
 #include <algorithm>
@@ -61,7 +64,6 @@ void elided_label::paintEvent(QPaintEvent*)
 main_window::main_window(window_events events) : m_events(std::move(events))
 {
     setWindowIcon(application_icon());
-    setContextMenuPolicy(Qt::NoContextMenu);
     const QSize largest = screen()->availableGeometry().size() * share_of_screen_in_percent / 100;
     resize(preferred_size.boundedTo(largest));
 
@@ -136,7 +138,13 @@ bool main_window::eventFilter(QObject* watched, QEvent* event)
     // A key goes to the native window first and only then up the chain of widgets: here it is seen
     // once. Dialogs and open menus have windows of their own.
     if (event->type() == QEvent::KeyPress && watched == windowHandle() && !QApplication::activePopupWidget()) {
-        const std::optional<key_message> key = key_message_of(*static_cast<QKeyEvent*>(event));
+        const auto& pressed = *static_cast<QKeyEvent*>(event);
+        // Not every window system turns this key into a request for a menu, as it does with the menu key.
+        if (pressed.key() == Qt::Key_F10 && pressed.modifiers() == Qt::ShiftModifier && menuBar()->hasFocus()) {
+            bars_menu_by_key();
+            return true;
+        }
+        const std::optional<key_message> key = key_message_of(pressed);
         if (key && m_events.key_pressed(*key))
             return true;
     }
@@ -148,6 +156,26 @@ void main_window::closeEvent(QCloseEvent* event)
     // The frame decides, and destroys the window at the end of its close.
     event->ignore();
     m_events.close_wanted();
+}
+
+void main_window::contextMenuEvent(QContextMenuEvent* event)
+{
+    if (event->reason() == QContextMenuEvent::Keyboard) {
+        if (menuBar()->hasFocus())
+            bars_menu_by_key();
+        return;
+    }
+    const QWidget* clicked = childAt(event->pos());
+    while (clicked && clicked != menuBar() && !qobject_cast<const QToolBar*>(clicked))
+        clicked = clicked->parentWidget();
+    if (clicked && m_events.bars_menu_wanted)
+        m_events.bars_menu_wanted(event->globalPos());
+}
+
+void main_window::bars_menu_by_key()
+{
+    if (m_events.bars_menu_wanted)
+        m_events.bars_menu_wanted(menuBar()->mapToGlobal(menuBar()->rect().bottomLeft()));
 }
 
 void main_window::accept_files(std::function<void(const std::u16string& path)> opened)

@@ -1,5 +1,6 @@
-// The top-level window: menu bar, splitter with the panes, status bar. It tells the toolkit about
-// the keys, the focus and the wish to close; all else is set from outside.
+// The top-level window: menu bar, toolbars, splitter with the panes, status bar. It tells the toolkit
+// about the keys, the focus, and the wishes to close it and to see the menu of its bars; all else is
+// set from outside.
 #pragma once
 
 #include "framework/commands.h"
@@ -11,6 +12,7 @@
 #include <string>
 #include <vector>
 
+class QContextMenuEvent;
 class QSplitter;
 
 namespace cw {
@@ -22,6 +24,8 @@ struct window_events {
     std::function<bool(const key_message& key)> key_pressed;
     /// The widget that has the focus now, always one of this window.
     std::function<void(QWidget* widget)> focus_moved;
+    /// A menu about the bars is wanted at a place of the screen.
+    std::function<void(const QPoint& place)> bars_menu_wanted;
 };
 
 /// One line of text that never widens the window: a path that is too long loses its middle.
@@ -60,8 +64,11 @@ protected:
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
+    void bars_menu_by_key();
+
     window_events m_events;
     QSplitter* m_splitter = nullptr;
     int m_firstPaneWidthInPixels = 0;

@@ -1,11 +1,13 @@
 #include "desktop/qt_toolkit.h"
 
 #include "app/menus.h"
+#include "desktop/customize_dialog.h"
 #include "desktop/qt_text.h"
 #include "foundation/string.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>
+#include <QEventLoop>
 #include <QMenuBar>
 #include <QWindow>
 
@@ -47,6 +49,8 @@ void qt_toolkit::catch_up()
         m_tree->catch_up();
     if (m_list)
         m_list->catch_up();
+    if (m_toolBars)
+        m_toolBars->refresh_states();
 }
 
 void qt_toolkit::enter(const std::function<void()>& work)
@@ -83,7 +87,13 @@ bool qt_toolkit::create_window(const frame_create_parameters&)
                 return m_frame && m_frame->KeyDown(key);
             },
         .focus_moved = [this](QWidget* widget) { focus_moved(widget); },
+        .bars_menu_wanted =
+            [this](const QPoint& place) {
+                if (m_frame)
+                    run_bars_menu(m_frame->CommandBars(), place, *m_window, [this] { run_command(ID_CUSTOMIZE); });
+            },
     });
+    m_toolBars.emplace(*m_window, m_menus);
     string title;
     title.load(AFX_IDS_APP_TITLE);
     set_title(title);
@@ -97,6 +107,9 @@ void qt_toolkit::destroy_window()
     // The window may be what is calling, by one of its menus or its close event: it dies later, while
     // frame and controls may die at once.
     detach_panes();
+    m_toolBars.reset();
+    if (m_frame)
+        m_frame->CommandBars().set_changed_sink(nullptr);
     m_frame = nullptr;
     m_window->hide();
     m_window->deleteLater();
@@ -240,14 +253,51 @@ void qt_toolkit::set_accelerators(std::span<const accelerator> table)
 
 void qt_toolkit::load_command_bars(std::u16string_view)
 {
-    // The bars come from the menu tables alone; nothing about them is kept.
+    if (!m_frame || !m_window)
+        return;
+    m_frame->CommandBars().set_changed_sink([this] { show_command_bars(); });
+    show_command_bars();
 }
 
-void qt_toolkit::save_command_bars(std::u16string_view) {}
+void qt_toolkit::save_command_bars(std::u16string_view)
+{
+    // The frame keeps what it has; the window adds nothing to that.
+}
+
+void qt_toolkit::show_command_bars()
+{
+    command_bars& bars = m_frame->CommandBars();
+    m_menus.set_accelerators(bars.accelerators());
+    m_menus.set_icons_shown(bars.options().menu_icons);
+    m_toolBars->show(bars);
+    if (m_customizing)
+        m_customizing->refresh();
+}
 
 std::unique_ptr<customize_sheet> qt_toolkit::make_customize_sheet()
 {
-    return nullptr;
+    if (!m_frame || !m_window)
+        return nullptr;
+    return std::make_unique<qt_customize_sheet>(
+        *new customize_dialog(m_frame->CommandBars(), m_window),
+        [this](const key_message& key) { return m_frame ? m_frame->FilteredCommand(key) : 0; },
+        [this](customize_dialog& dialog) { run_customize_dialog(dialog); });
+}
+
+void qt_toolkit::run_customize_dialog(customize_dialog& dialog)
+{
+    const question_scope asking(*this);
+    const input_guard guard(*m_window, dialog);
+    m_customizing = &dialog;
+    m_toolBars->set_accepts_drops(true);
+    QEventLoop loop;
+    QObject::connect(&dialog, &QDialog::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&dialog, &QObject::destroyed, &loop, &QEventLoop::quit);
+    dialog.show();
+    loop.exec();
+    m_customizing = nullptr;
+    if (m_toolBars)
+        m_toolBars->set_accepts_drops(false);
 }
 
 } // namespace cw

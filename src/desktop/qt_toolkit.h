@@ -6,6 +6,7 @@
 #include "desktop/frame_menus.h"
 #include "desktop/list_pane.h"
 #include "desktop/main_window.h"
+#include "desktop/tool_bars.h"
 #include "desktop/tree_pane.h"
 #include "framework/frame_toolkit.h"
 #include "framework/frame_window.h"
@@ -17,6 +18,7 @@
 namespace cw {
 
 class CRecentFileList;
+class customize_dialog;
 
 class qt_toolkit;
 
@@ -81,6 +83,8 @@ public:
 private:
     void focus_moved(QWidget* widget);
     void detach_panes();
+    void show_command_bars();
+    void run_customize_dialog(customize_dialog& dialog);
 
     CXTPFrameWnd* m_frame = nullptr;
     QPointer<main_window> m_window;
@@ -90,6 +94,8 @@ private:
     control_window* m_treeControl = nullptr;
     control_window* m_listControl = nullptr;
     frame_menus m_menus;
+    std::optional<tool_bar_views> m_toolBars;
+    QPointer<customize_dialog> m_customizing;
     std::function<void()> m_destroyed;
 };
 

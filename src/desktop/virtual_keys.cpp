@@ -4,7 +4,9 @@
 #include <QKeySequence>
 
 #include <array>
+#include <span>
 #include <string_view>
+#include <utility>
 
 namespace cw {
 namespace {
@@ -92,17 +94,20 @@ std::optional<key_message> key_message_of(const QKeyEvent& event) noexcept
 
 QString accelerator_text(const accelerator& key)
 {
-    for (const auto& run : main_keys) {
-        const std::uint32_t length = static_cast<std::uint32_t>(run.last - run.first);
-        if (key.virtual_key < run.first_virtual_key || key.virtual_key - run.first_virtual_key > length)
-            continue;
-        const int qt_key = run.first + static_cast<int>(key.virtual_key - run.first_virtual_key);
-        Qt::KeyboardModifiers held;
-        held.setFlag(Qt::ControlModifier, key.control);
-        held.setFlag(Qt::ShiftModifier, key.shift);
-        held.setFlag(Qt::AltModifier, key.alt);
-        return QKeySequence(QKeyCombination(held, static_cast<Qt::Key>(qt_key))).toString(QKeySequence::NativeText);
-    }
+    const std::pair<std::span<const key_run>, Qt::KeyboardModifiers> places[]{{main_keys, Qt::NoModifier},
+                                                                              {keypad_keys, Qt::KeypadModifier}};
+    for (const auto& [runs, place] : places)
+        for (const key_run& run : runs) {
+            const std::uint32_t length = static_cast<std::uint32_t>(run.last - run.first);
+            if (key.virtual_key < run.first_virtual_key || key.virtual_key - run.first_virtual_key > length)
+                continue;
+            const int qt_key = run.first + static_cast<int>(key.virtual_key - run.first_virtual_key);
+            Qt::KeyboardModifiers held = place;
+            held.setFlag(Qt::ControlModifier, key.control);
+            held.setFlag(Qt::ShiftModifier, key.shift);
+            held.setFlag(Qt::AltModifier, key.alt);
+            return QKeySequence(QKeyCombination(held, static_cast<Qt::Key>(qt_key))).toString(QKeySequence::NativeText);
+        }
     return {};
 }
 

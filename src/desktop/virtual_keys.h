@@ -20,7 +20,7 @@ namespace cw {
 /// A key press as the frame gets it; empty for keys without a code.
 [[nodiscard]] std::optional<key_message> key_message_of(const QKeyEvent& event) noexcept;
 
-/// "Ctrl+S", "Shift+F6".
+/// "Ctrl+S", "Shift+F6", "Num+5"; empty for a code that no key has.
 [[nodiscard]] QString accelerator_text(const accelerator& key);
 
 } // namespace cw
