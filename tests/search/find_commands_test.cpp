@@ -7,6 +7,30 @@ using namespace test_support;
 
 constexpr std::uint32_t VK_F3 = 0x72;
 
+/// What a view of the list is told, and which control has the focus by then.
+class list_watch final : public list_observer {
+public:
+    explicit list_watch(CMainFrame& frame) : m_frame(frame) { frame.List().SetObserver(this); }
+    ~list_watch() { m_frame.List().SetObserver(nullptr); }
+    list_watch(const list_watch&) = delete;
+    list_watch& operator=(const list_watch&) = delete;
+
+    void list_changing() override {}
+    void list_selection_changed() override { note("row " + std::to_string(m_frame.List().GetSelectedRow())); }
+    void list_row_wanted_visible(std::size_t row) override { note("visible " + std::to_string(row)); }
+    void list_images_changed() override {}
+    void list_style_changed() override {}
+
+    lines told;
+
+private:
+    void note(const std::string& what)
+    {
+        told.push_back(what + (m_frame.GetFocus() == &m_frame.List() ? " with focus" : ""));
+    }
+    CMainFrame& m_frame;
+};
+
 // Three properties of the main feature hold "word", and the label of a feature.
 constexpr const char* words = R"("properties": [["A", "word 0"], ["B", "x"], ["C", "Word 2"], ["D", "x"]],
                                  "features": [{"Name": "Words"}, {"Name": "Other"}])";
@@ -38,6 +62,9 @@ TEST_F(find_commands, find_is_there_for_a_log_that_could_not_be_read)
     EXPECT_TRUE(enabled(ID_SEARCH_FIND));
     // Nothing stands below the top item, and nothing gets selected.
     EXPECT_EQ(find(u"log.clg"), std::string(not_found));
+    select(frame(), "log.clg");
+    EXPECT_EQ(find(u"log.clg"), std::string(not_found));
+    EXPECT_FALSE(frame().Tree().GetSelectedItem());
 }
 
 TEST_F(find_commands, find_next_needs_a_text)
@@ -140,6 +167,26 @@ TEST_F(find_commands, the_last_column_is_looked_at)
          R"("OPTYPE_DOTNET")");
     EXPECT_EQ(find(u"true"), "Main/Sub/.NET Operations row 1 list");
     EXPECT_EQ(rows_of(frame()), (lines{"f | a | 1 | False | False", "f | b | 1 | False | True"}));
+}
+
+TEST_F(find_commands, the_row_is_brought_into_view_and_selected_before_it_has_the_focus)
+{
+    open(R"("properties": [["A", "x"], ["B", "word"]],
+            "features": [{"Name": "Sub", "properties": [["C", "x"], ["D", "x"], ["E", "word"]],
+                          "operations": {"OPTYPE_FILE": [["x"], ["word"]]}}])");
+    select_below("Main");
+    list_watch watch(frame());
+    EXPECT_EQ(find(u"word"), "Main row 1 list");
+    EXPECT_EQ(watch.told, (lines{"visible 1", "row 1"}));
+    const auto told_by_next = [&] {
+        watch.told.clear();
+        (void)next();
+        // The list that is filled anew loses its row first.
+        std::erase(watch.told, "row " + std::to_string(CListCtrl::no_row));
+        return watch.told;
+    };
+    EXPECT_EQ(told_by_next(), (lines{"visible 2", "row 2"}));
+    EXPECT_EQ(told_by_next(), (lines{"visible 1", "row 1"}));
 }
 
 // Without a selection the search goes on from where it last came to.

@@ -1,5 +1,6 @@
 #include "automation/dual_object.h"
 #include "automation/safearray.h"
+#include "bridges/log_objects.h"
 #include "tests/search/search_support.h"
 
 namespace cw {
@@ -97,6 +98,7 @@ TEST_F(search_walk, states_are_told_by_the_low_bits_of_any_value)
 {
     EXPECT_TRUE(finds_in_properties(R"([["x", 65536]])", u"not installed"));
     EXPECT_TRUE(finds_in_properties(R"([["x", 65538]])", u"installed"));
+    EXPECT_TRUE(finds_in_properties(R"([["x", {"vt": "VT_I2", "value": 2}]])", u"installed"));
     EXPECT_TRUE(finds_in_properties(R"([["x", false]])", u"not installed"));
     EXPECT_FALSE(finds_in_properties(R"([["x", 1]])", u"installed"));
 }
@@ -166,6 +168,12 @@ TEST_F(search_walk, rows_of_properties_are_looked_at_in_two_columns_only)
                 "operations": {"OPTYPE_FILE": [["p", "f", true, "needle", true, true]]})");
     EXPECT_EQ(find(u"needle"), "Main/Sub row 0 list");
     EXPECT_EQ(next(), "Main/Sub/File Operations tree");
+
+    // The third column of a list that stands behind the two.
+    open_sub(R"("properties": [["Vendor", "needle"]], "operations": {"OPTYPE_REGISTRY": [["k", "v", "needle", 2]]})");
+    EXPECT_EQ(find(u"needle"), "Main/Sub row 0 list");
+    EXPECT_EQ(next(), "Main/Sub/Registry Operations tree");
+    EXPECT_EQ(next(), "Main/Sub/Registry Operations row 0 list");
 }
 
 // ---- records --------------------------------------------------------------------------------
@@ -192,6 +200,14 @@ TEST_F(search_walk, elements_are_searched_as_rows_of_reports_show_them)
     open_record("OPTYPE_FILE", R"("p", "f", 5, 5, 5, 77)");
     EXPECT_EQ(find(u"77").substr(0, 24), "Main/Sub/File Operations");
     EXPECT_EQ(find(u"0"), "Main" + std::string(not_found));
+    // Whatever the type is: no text at all is false, and a number is looked at by its low 16 bits.
+    open_record("OPTYPE_INI", R"("p", "s", {"vt": "VT_BSTR", "value": null})");
+    EXPECT_EQ(find(u"false"), "Main/Sub/INI File Operations row 0 list");
+    open_record("OPTYPE_INI", R"("p", "s", 131072)");
+    EXPECT_EQ(find(u"false"), "Main/Sub/INI File Operations row 0 list");
+    EXPECT_EQ(find(u"131072"), "Main" + std::string(not_found));
+    open_record("OPTYPE_INI", R"("p", "s", 3)");
+    EXPECT_EQ(find(u"true"), "Main" + std::string(not_found));
 }
 
 TEST_F(search_walk, a_search_for_false_comes_to_the_first_record_with_a_flag_of_zero)
@@ -256,6 +272,15 @@ TEST_F(search_walk, a_record_that_its_list_does_not_show_gives_the_tree_the_focu
     // The type is searched by the number, and shown by a word.
     open_record("OPTYPE_FILE", R"("p", "f", 12345, true, true, true)");
     EXPECT_EQ(find(u"12345"), "Main/Sub/File Operations tree");
+}
+
+TEST_F(search_walk, the_ninth_column_is_looked_at)
+{
+    open_sub(R"("operations": {"OPTYPE_REGISTRY": [["k", "v", "", 2, 1, 1, 1, "needle"]],
+                               "OPTYPE_REGISTRY64": [["k", "v", "", 2, 1, 1, 1, "needle"]]})");
+    EXPECT_EQ(find(u"needle"), "Main/Sub/Registry Operations row 0 list");
+    frame().List().SelectRow(CListCtrl::no_row);
+    EXPECT_EQ(next(), "Main/Sub/Registry Operations row 0 list");
 }
 
 TEST_F(search_walk, records_come_before_what_is_below)
@@ -326,6 +351,14 @@ TEST_F(search_walk, the_node_of_general_records_is_told_by_its_exact_text)
     EXPECT_EQ(find(u"needle"), "Main/Sub/OPTYPE_GENERAL tree");
 }
 
+TEST_F(search_walk, the_first_node_of_that_text_is_taken)
+{
+    open(R"("features": [{"Name": "Sub", "operations": {"OPTYPE_GENERAL": [["needle"]]},
+                          "features": [{"Name": "OPTYPE_GENERAL"}]}])",
+         R"("OPTYPE_GENERAL")");
+    EXPECT_EQ(find(u"needle"), "Main/Sub/OPTYPE_GENERAL row 0 list");
+}
+
 // ---- the road through the tree --------------------------------------------------------------
 
 TEST_F(search_walk, goes_forward_through_all_levels)
@@ -342,6 +375,21 @@ TEST_F(search_walk, goes_forward_through_all_levels)
     EXPECT_EQ(next(), "Main/a5" + std::string(not_found));
     frame_access::find_text(frame()) = CString(u"a4");
     EXPECT_EQ(next(), "Main/a5" + std::string(not_found));
+}
+
+TEST_F(search_walk, climbs_to_the_main_feature_from_any_depth)
+{
+    open(R"("features": [{"Name": "a", "features": [{"Name": "a", "features": [{"Name": "a", "features": [
+                {"Name": "a", "features": [{"Name": "deep"}]}]}]}]}, {"Name": "needle"}])");
+    (void)find(u"deep");
+    frame_access::find_text(frame()) = CString(u"needle");
+    EXPECT_EQ(next(), "Main/needle tree");
+}
+
+TEST_F(search_walk, nothing_is_found_in_an_empty_label)
+{
+    open(R"("features": [{"ID": ""}, {"Name": "needle"}])");
+    EXPECT_EQ(find(u"needle"), "Main/needle tree");
 }
 
 TEST_F(search_walk, a_match_in_the_last_row_goes_on_below_the_node)
@@ -374,7 +422,13 @@ TEST_F(search_walk, nothing_is_searched_below_what_is_no_feature)
     EXPECT_EQ(find(u"needle"), "Main" + std::string(not_found));
     EXPECT_EQ(find(u"plain"), "Main" + std::string(not_found));
     // Looking an item up enters it.
-    EXPECT_EQ(frame().NavNodes().count(item_at(frame(), "log.clg/Main/plain")), 1u);
+    const HTREEITEM plain = item_at(frame(), "log.clg/Main/plain");
+    EXPECT_EQ(frame().NavNodes().count(plain), 1u);
+    // Not even a feature, neither on the way nor from the item itself.
+    frame().InsertNavNode(plain, u"needle", frame().NavNodes().at(item_at(frame(), "log.clg/Main/Sub")));
+    EXPECT_EQ(find(u"needle"), "Main" + std::string(not_found));
+    select(frame(), "log.clg/Main/plain");
+    EXPECT_EQ(next(), "Main/plain" + std::string(not_found));
     EXPECT_FALSE(frame().SearchNode({}));
     EXPECT_FALSE(frame().SearchFollowingNodes({}));
 }
@@ -400,7 +454,7 @@ TEST_F(search_walk, asks_in_the_order_of_its_tests)
     EXPECT_EQ(program.take_trace(), expected);
 }
 
-/// Three records in one array.
+/// Three records in one array, at places that are the list's own business.
 class held_records final : public automation::dual_object<held_records, IOperationList> {
 public:
     static constexpr IID iid = IID_IOperationList;
@@ -430,11 +484,13 @@ public:
     }
     HRESULT First(LONG, LONG* position) noexcept override
     {
-        *position = 0;
+        *position = first;
         return S_OK;
     }
     HRESULT Next(LONG* position, SAFEARRAY** record) noexcept override
     {
+        if (*position != first && asked == 0)
+            return E_UNEXPECTED;
         ++asked;
         ++*position;
         *record = array;
@@ -442,6 +498,7 @@ public:
     }
 
     SAFEARRAY* array;
+    LONG first = 0;
     int asked = 0;
 };
 
@@ -457,6 +514,47 @@ TEST_F(search_walk, the_record_that_matched_stays_locked)
     EXPECT_TRUE(frame().SearchOperationRecords(records.get()));
     EXPECT_EQ(records->asked, 4);
     EXPECT_EQ(records->array->cLocks, 1u);
+}
+
+TEST_F(search_walk, the_count_says_how_many_records_there_are_wherever_the_first_is)
+{
+    open_sub(R"("ID": "x")");
+    (void)find(u"22");
+    for (const LONG first : {-1, 7}) {
+        const auto records = automation::make_object<held_records>();
+        records->first = first;
+        EXPECT_TRUE(frame().SearchOperationRecords(records.get()));
+    }
+}
+
+TEST_F(search_walk, an_element_without_text_matches_nothing)
+{
+    open_sub(R"("ID": "x")");
+    const auto records = automation::make_object<held_records>();
+    VARIANT* elements = nullptr;
+    SafeArrayAccessData(records->array, reinterpret_cast<void**>(&elements));
+    for (int i = 0; i < 2; ++i) {
+        elements[i].vt = VT_BSTR;
+        elements[i].bstrVal = SysAllocStringLen(u"", 0);
+    }
+    SafeArrayUnaccessData(records->array);
+    // Before the first search there is no text, which would be in every other one.
+    EXPECT_FALSE(frame().SearchOperationRecords(records.get()));
+    EXPECT_EQ(records->asked, 3);
+}
+
+TEST_F(search_walk, the_names_of_properties_are_left_unlocked)
+{
+    open_sub(R"("properties": [["Vendor", "needle"], ["x", "y"]])");
+    const automation::com_ptr<IFeatureLog> feature =
+        feature_log_of(frame().NavNodes().at(item_at(frame(), "log.clg/Main/Sub")).object.get());
+    SAFEARRAY* names = nullptr;
+    ASSERT_EQ(feature->PropertyNames(&names), S_OK);
+    EXPECT_EQ(find(u"needle"), "Main/Sub row 0 list");
+    EXPECT_TRUE(frame().SearchFeatureProperties(feature.get()));
+    EXPECT_EQ(names->cLocks, 0u);
+    EXPECT_EQ(find(u"nothing"), "Main" + std::string(not_found));
+    EXPECT_EQ(names->cLocks, 0u);
 }
 
 } // namespace
