@@ -124,8 +124,8 @@ TEST_F(help_text, every_picture_is_used_and_tells_what_it_shows)
             const std::vector<std::string> texts = all_of(picture, " alt=\"([^\"]*)\"");
             ASSERT_EQ(texts.size(), 1u) << name << ": " << picture;
             EXPECT_GT(texts.front().size(), 15u) << name << ": " << picture;
-            EXPECT_EQ(all_of(picture, " (width|height)=\"[0-9]+\"").size(), 2u)
-                << name << ": " << picture << ": the page would jump when it comes";
+            // The window makes pictures fit.
+            EXPECT_TRUE(all_of(picture, " (width|height)=").empty()) << name << ": " << picture;
             for (const std::string& file : all_of(picture, " src=\"pictures/([^\"]*)\""))
                 used.insert(file);
         }
