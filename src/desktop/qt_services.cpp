@@ -1,6 +1,7 @@
 #include "desktop/qt_services.h"
 
 #include "desktop/dialogs.h"
+#include "desktop/help_window.h"
 #include "desktop/name_filters.h"
 #include "desktop/plain_file_name.h"
 #include "desktop/qt_text.h"
@@ -19,12 +20,10 @@
 #include <QUrl>
 
 namespace cw {
-namespace {
 
-// Separates the help file from the topic in it.
-constexpr QLatin1String topic_separator("::");
+qt_services::qt_services(qt_toolkit& toolkit) noexcept : m_toolkit(toolkit) {}
 
-} // namespace
+qt_services::~qt_services() = default;
 
 QWidget* qt_services::parent() const
 {
@@ -167,9 +166,14 @@ void qt_services::open_with_desktop(std::u16string_view path)
 
 void qt_services::show_help(std::u16string_view topic_path)
 {
-    const QString path = to_qt(topic_path);
-    const qsizetype end_of_file = path.indexOf(topic_separator);
-    QDesktopServices::openUrl(QUrl::fromLocalFile(end_of_file < 0 ? path : path.left(end_of_file)));
+    if (m_unattended)
+        return;
+    if (!m_help) {
+        m_help = std::make_unique<help_window>();
+        if (parent())
+            QObject::connect(parent(), &QObject::destroyed, m_help.get(), &QWidget::close);
+    }
+    m_help->show_topic(to_qt(topic_path));
 }
 
 } // namespace cw

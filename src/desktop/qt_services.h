@@ -6,18 +6,21 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 
 class QFileDialog;
 class QWidget;
 
 namespace cw {
 
+class help_window;
 class qt_toolkit;
 
 class qt_services final : public frame_services {
 public:
     /// `toolkit` is borrowed: its window owns the dialogs, its menus run the commands.
-    explicit qt_services(qt_toolkit& toolkit) noexcept : m_toolkit(toolkit) {}
+    explicit qt_services(qt_toolkit& toolkit) noexcept;
+    ~qt_services() override;
 
     /// With nobody at the screen every question is refused, and messages go to `sink` instead.
     void set_unattended(std::function<void(const QString& message)> sink) { m_unattended = std::move(sink); }
@@ -25,6 +28,8 @@ public:
     void use_native_dialogs(bool native) noexcept { m_nativeDialogs = native; }
     /// The folder that the next file dialog opens in.
     [[nodiscard]] const QString& last_folder() const noexcept { return m_lastFolder; }
+    /// Null before Help was first shown.
+    [[nodiscard]] help_window* help() const noexcept { return m_help.get(); }
 
     std::optional<std::u16string> choose_file_to_open(const open_question& question) override;
     std::optional<save_answer> choose_file_to_save(const save_question& question) override;
@@ -47,6 +52,8 @@ private:
     std::function<void(const QString&)> m_unattended;
     bool m_nativeDialogs = true;
     QString m_lastFolder;
+    /// A window beside the frame's, not before it: it goes when that goes.
+    std::unique_ptr<help_window> m_help;
 };
 
 } // namespace cw

@@ -2,6 +2,7 @@
 
 #include "app/menus.h"
 #include "desktop/dialogs.h"
+#include "desktop/help_window.h"
 #include "desktop/qt_text.h"
 #include "tests/desktop/desktop_support.h"
 
@@ -18,6 +19,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTest>
 #include <QUrl>
 #include <gtest/gtest.h>
 
@@ -41,6 +43,13 @@ public:
 public slots:
     void open(const QUrl& url) { opened.append(url.toLocalFile()); }
 };
+
+/// A key to the native window of a window that is not the frame's.
+void press_in(QWidget& window, Qt::Key key, Qt::KeyboardModifiers held = {})
+{
+    QTest::keyClick(window.windowHandle(), key, held);
+    pump();
+}
 
 struct QtServices : testing::Test {
     QtServices() { services.use_native_dialogs(false); }
@@ -280,9 +289,41 @@ TEST_F(QtServices, HandsFilesToTheDesktop)
 {
     desktop_spy desktop;
     services.open_with_desktop(u"/tmp/a #1 %41.txt");
-    services.show_help(u"/opt/Program/0409/HelpLib.chm::/helplibrary/CwCabView.htm");
-    services.show_help(u"/opt/help.htm");
-    EXPECT_EQ(desktop.opened, (QStringList{"/tmp/a #1 %41.txt", "/opt/Program/0409/HelpLib.chm", "/opt/help.htm"}));
+    services.open_with_desktop(u"");
+    EXPECT_EQ(desktop.opened, QStringList("/tmp/a #1 %41.txt"));
+}
+
+TEST_F(QtServices, ShowsHelpInOneWindowBesideTheFrames)
+{
+    std::filesystem::create_directory(folder.path() / "HelpLib.chm");
+    folder.write("HelpLib.chm/a.htm", "<title>First</title>one");
+    folder.write("HelpLib.chm/b.htm", "<title>Second</title>two");
+    EXPECT_EQ(services.help(), nullptr);
+    services.show_help(folder.wide_file("HelpLib.chm") + u"::/a.htm");
+    help_window* const window = services.help();
+    ASSERT_NE(window, nullptr);
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_FALSE(window->isModal());
+    EXPECT_EQ(window->windowTitle(), QString::fromUtf8("First – Cratewright Help"));
+    services.show_help(folder.wide_file("HelpLib.chm") + u"::/b.htm");
+    EXPECT_EQ(services.help(), window);
+    EXPECT_EQ(window->windowTitle(), QString::fromUtf8("Second – Cratewright Help"));
+
+    press_in(*window, Qt::Key_F3);
+    press_in(*window, Qt::Key_S, Qt::ControlModifier);
+    EXPECT_TRUE(shown.frame.keys.empty()) << "its keys are its own";
+    window->close();
+    services.show_help(folder.wide_file("HelpLib.chm") + u"::/a.htm");
+    EXPECT_TRUE(window->isVisible());
+}
+
+TEST_F(QtServices, HelpGoesWithTheFramesWindow)
+{
+    services.show_help(u"/nowhere/HelpLib.chm::/a.htm");
+    ASSERT_TRUE(services.help()->isVisible());
+    shown.frame.Close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(services.help()->isVisible());
 }
 
 TEST_F(QtServices, UnattendedNobodyIsAsked)
@@ -294,6 +335,8 @@ TEST_F(QtServices, UnattendedNobodyIsAsked)
     EXPECT_FALSE(services.ask_password({u"/a.hdr", u""}));
     EXPECT_FALSE(services.ask_find_text({u""}));
     services.show_about();
+    services.show_help(u"/nowhere/HelpLib.chm::/a.htm");
+    EXPECT_EQ(services.help(), nullptr);
     services.show_context_menu(list_context_menu());
     services.show_message(u"told", message_icon::error);
     EXPECT_EQ(messages, (QStringList{"/a.hdr: a password is needed to open it", "told"}));
