@@ -30,7 +30,8 @@ class Install(FolderTest):
                       "include/cratewright/automation/dispatch_object.h",
                       "include/cratewright/bridges/media_interface.h",
                       "share/applications/cwcabview.desktop", "share/mime/packages/cwcabview.xml",
-                      "share/cratewright/samples/tour.hdr"):
+                      "share/cratewright/samples/tour.hdr", "Program/0409/HelpLib.chm/helplibrary/CwCabView.htm",
+                      "Program/0409/HelpLib.chm/helplibrary/pictures/window.png"):
             self.assertTrue((self.prefix / place).is_file(), place)
 
     def test_shows_a_media(self):
