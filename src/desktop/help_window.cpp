@@ -126,6 +126,8 @@ void help_view::set_pages(help_pages pages, const QString& topic_path)
 void help_view::refresh()
 {
     document()->setDefaultStyleSheet(style_of(palette()));
+    if (source().isEmpty())
+        return;
     const int place = verticalScrollBar()->value();
     reload();
     verticalScrollBar()->setValue(place);
@@ -177,7 +179,7 @@ QMimeData* help_view::createMimeDataFromSelection() const
 void help_view::changeEvent(QEvent* event)
 {
     QTextBrowser::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && !source().isEmpty())
+    if (event->type() == QEvent::PaletteChange)
         refresh();
 }
 
