@@ -1,5 +1,6 @@
 #include "desktop/customize_commands_page.h"
 
+#include "desktop/field_label.h"
 #include "desktop/name_dialog.h"
 #include "desktop/qt_text.h"
 #include "desktop/tool_lists.h"
@@ -21,14 +22,6 @@ namespace {
 
 constexpr int category_width_in_characters = 18;
 constexpr int list_width_in_characters = 26;
-
-QLabel* label_for(const QString& text, QWidget* partner)
-{
-    auto* label = new QLabel(text);
-    label->setBuddy(partner);
-    partner->setAccessibleName(QString(text).remove(u'&').remove(u':'));
-    return label;
-}
 
 QPushButton* push_button(const char* text, const char* tip = "")
 {
@@ -89,12 +82,12 @@ void customize_commands_page::lay_out()
     about_bar->addStretch(1);
 
     auto* layout = new QGridLayout(this);
-    layout->addWidget(label_for(QStringLiteral("Cate&gories:"), m_categoryList), 0, 0);
+    layout->addWidget(field_label(QStringLiteral("Cate&gories:"), m_categoryList), 0, 0);
     layout->addWidget(m_categoryList, 1, 0, 3, 1);
-    layout->addWidget(label_for(QStringLiteral("C&ommands:"), m_choices), 0, 1);
+    layout->addWidget(field_label(QStringLiteral("C&ommands:"), m_choices), 0, 1);
     layout->addWidget(m_choices, 1, 1, 3, 1);
     layout->addLayout(between, 1, 2, 3, 1);
-    layout->addWidget(label_for(QStringLiteral("Tool&bar:"), m_bar), 0, 3);
+    layout->addWidget(field_label(QStringLiteral("Tool&bar:"), m_bar), 0, 3);
     layout->addWidget(m_bar, 1, 3);
     layout->addWidget(m_shown, 2, 3);
     layout->addWidget(m_contents, 3, 3);

@@ -1,5 +1,6 @@
 #include "desktop/customize_keyboard_page.h"
 
+#include "desktop/field_label.h"
 #include "desktop/icons.h"
 #include "desktop/shortcut_notes.h"
 #include "desktop/virtual_keys.h"
@@ -36,14 +37,6 @@ bool is_return(const QKeyEvent& event)
 QString text_of(const key_message& key)
 {
     return accelerator_text({key.virtual_key, key.control, key.shift, key.alt, 0});
-}
-
-QLabel* label_for(const QString& text, QWidget* partner)
-{
-    auto* label = new QLabel(text);
-    label->setBuddy(partner);
-    partner->setAccessibleName(QString(text).remove(u'&').remove(u':'));
-    return label;
 }
 
 } // namespace
@@ -111,17 +104,17 @@ customize_keyboard_page::customize_keyboard_page(command_bars& bars, filter filt
     m_note->setMinimumHeight(line * note_height_in_lines);
 
     auto* left = new QVBoxLayout;
-    left->addWidget(label_for(QStringLiteral("Cate&gory:"), m_category));
+    left->addWidget(field_label(QStringLiteral("Cate&gory:"), m_category));
     left->addWidget(m_category);
-    left->addWidget(label_for(QStringLiteral("C&ommands:"), m_commands));
+    left->addWidget(field_label(QStringLiteral("C&ommands:"), m_commands));
     left->addWidget(m_commands, 1);
 
     auto* right = new QGridLayout;
     right->setColumnStretch(0, 1);
-    right->addWidget(label_for(QStringLiteral("Current &keys:"), m_keys), 0, 0);
+    right->addWidget(field_label(QStringLiteral("Current &keys:"), m_keys), 0, 0);
     right->addWidget(m_keys, 1, 0);
     right->addWidget(m_remove, 1, 1, Qt::AlignTop);
-    right->addWidget(label_for(QStringLiteral("Press &new shortcut key:"), m_field), 2, 0);
+    right->addWidget(field_label(QStringLiteral("Press &new shortcut key:"), m_field), 2, 0);
     right->addWidget(m_field, 3, 0);
     right->addWidget(m_assign, 3, 1);
     right->addWidget(m_note, 4, 0, 1, 2);

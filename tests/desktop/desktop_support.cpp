@@ -5,9 +5,13 @@
 
 #include <QApplication>
 #include <QDragEnterEvent>
+#include <QDragMoveEvent>
+#include <QDropEvent>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
+#include <QPointer>
+#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <QUrl>
@@ -96,6 +100,52 @@ void when_modal(std::function<void(QWidget& dialog)> answer)
     });
 }
 
+void when_shown(const QString& title, std::function<void(QWidget& window)> answer)
+{
+    QTimer::singleShot(0, qApp, [title, answer = std::move(answer)] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (!window->isVisible() || window->windowTitle() != title)
+                continue;
+            const QPointer<QWidget> shown(window);
+            answer(*window);
+            if (shown)
+                shown->close();
+            return;
+        }
+        when_shown(title, answer);
+    });
+}
+
+bool drop(QWidget& widget, const QPoint& point, const QMimeData& data)
+{
+    QDragEnterEvent enter(point, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    enter.setAccepted(false);
+    QCoreApplication::sendEvent(&widget, &enter);
+    if (!enter.isAccepted())
+        return false;
+    QDragMoveEvent over(point, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&widget, &over);
+    QDropEvent event(point, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    event.setAccepted(false);
+    QCoreApplication::sendEvent(&widget, &event);
+    pump();
+    return event.isAccepted();
+}
+
+QPushButton* button_of(QWidget& dialog, const QString& text)
+{
+    for (QPushButton* found : dialog.findChildren<QPushButton*>())
+        if (found->text().remove(u'&') == text)
+            return found;
+    return nullptr;
+}
+
+program_bars::program_bars()
+{
+    bars.set_menu(main_menu());
+    bars.set_default_accelerators(main_accelerators());
+}
+
 bool recording_frame::OnCreateClient()
 {
     return Toolkit().create_splitter(1, 2, 0, 0) && Toolkit().create_tree_view(0, 0, 250, 100, tree) &&
@@ -107,8 +157,9 @@ int recording_frame::OnCreate()
     if (CXTPFrameWnd::OnCreate() != 0 || !Toolkit().create_status_bar(0, 0))
         return -1;
     Toolkit().add_status_indicator(0, 0);
-    Toolkit().set_menu(u"Menu Bar", main_menu());
+    SetMenu(u"Menu Bar", main_menu());
     SetAccelerators(main_accelerators());
+    LoadCommandBars(u"CommandBars");
     Adopt(tree);
     Adopt(list);
     tree.add_style(0x37);

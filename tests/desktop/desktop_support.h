@@ -4,6 +4,7 @@
 
 #include "app/application.h"
 #include "desktop/qt_toolkit.h"
+#include "framework/command_bars.h"
 #include "framework/frame_window.h"
 #include "framework/scripted_services.h"
 #include "tests/support/frame_harness.h"
@@ -17,6 +18,9 @@
 #include <vector>
 
 class QAction;
+class QMimeData;
+class QPoint;
+class QPushButton;
 
 /// Lets failing comparisons show texts.
 inline void PrintTo(const QString& text, std::ostream* stream)
@@ -41,6 +45,21 @@ bool drop(main_window& window, QPoint place, const std::vector<std::string>& pat
           Qt::DropActions offered = Qt::CopyAction | Qt::MoveAction);
 /// Runs `answer` as soon as a modal dialog is up, and closes what is left of the dialog afterwards.
 void when_modal(std::function<void(QWidget& dialog)> answer);
+
+/// Runs `answer` as soon as a window of that title is on screen, modal or not, and closes what is left
+/// of it afterwards.
+void when_shown(const QString& title, std::function<void(QWidget& window)> answer);
+/// Drags something to a point of a widget and lets it go there; whether it was taken.
+bool drop(QWidget& widget, const QPoint& point, const QMimeData& data);
+/// A button by its text without the mnemonic; null where there is none.
+[[nodiscard]] QPushButton* button_of(QWidget& dialog, const QString& text);
+
+/// Command bars with the program's own menu and keys.
+struct program_bars {
+    program_bars();
+
+    command_bars bars;
+};
 
 /// A frame with both panes and the program's menus that handles nothing and writes everything down.
 class recording_frame final : public CXTPFrameWnd {

@@ -121,6 +121,32 @@ TEST(FrameMenus, AnItemRunsItsCommand)
     EXPECT_EQ(shown.frame.commands, (std::vector{ID_TOOLS_REPORT, ID_APP_ABOUT}));
 }
 
+TEST(FrameMenus, KeysAreThoseThatHoldNow)
+{
+    recording_window shown;
+    command_bars& bars = shown.frame.CommandBars();
+    bars.assign_key({0x76}, ID_TOOLS_REPORT);
+    bars.remove_key({'S', true});
+    bars.assign_key({0x72}, ID_SEARCH_FIND);
+    EXPECT_EQ(popup_texts(shown.window(), QStringLiteral("&Tools")), (QStringList{"&Extract File", "&Report\tF7"}));
+    EXPECT_EQ(popup_texts(shown.window(), QStringLiteral("&Search")), (QStringList{"Find\tF3", "Find Next\tF3"}))
+        << "the message filter goes on running it";
+    EXPECT_EQ(popup_texts(shown.window(), QStringLiteral("&File"))[1], "&Save\tCtrl+S");
+    bars.reset_keys();
+    EXPECT_EQ(popup_texts(shown.window(), QStringLiteral("&Tools")), (QStringList{"&Extract File", "&Report"}));
+}
+
+TEST(FrameMenus, IconsAreShownWhereTheyAreWanted)
+{
+    recording_window shown;
+    const auto has_icon = [&] { return !menu_action(shown.window(), QStringLiteral("&File/&Open"))->icon().isNull(); };
+    EXPECT_FALSE(has_icon());
+    shown.frame.CommandBars().set_options({false, tool_button_text::none, true});
+    EXPECT_TRUE(has_icon());
+    shown.frame.CommandBars().set_options({});
+    EXPECT_FALSE(has_icon());
+}
+
 TEST(FrameMenus, RecentFilesHaveAPlaceholderWhileThereAreNone)
 {
     program_window shown;
@@ -153,6 +179,12 @@ TEST(RecentFileLabel, NumbersTheFirstTenWithAMnemonic)
     EXPECT_EQ(recent_file_label(0, u"/a"), "&1 /a");
     EXPECT_EQ(recent_file_label(9, u"/a"), "1&0 /a");
     EXPECT_EQ(recent_file_label(15, u"/a & b"), "16 /a && b");
+}
+
+TEST(RecentFileLabel, IsOneLineWithoutAKey)
+{
+    EXPECT_EQ(recent_file_label(0, u"/a\nb\r\tc\x1B\x85\u2028d"), "&1 /a b  c   d");
+    EXPECT_EQ(recent_file_label(0, u"/\xD800\u00FC\xDCFF"), QString(u"&1 /") + QChar(0xD800) + QChar(0xFC) + QChar(0xDCFF));
 }
 
 } // namespace

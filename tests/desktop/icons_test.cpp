@@ -1,5 +1,7 @@
 #include "desktop/icons.h"
 
+#include "app/menus.h"
+
 #include <QImage>
 #include <QPixmap>
 #include <gtest/gtest.h>
@@ -69,6 +71,34 @@ TEST(Icons, StandOutOnLightAndDark)
         EXPECT_GT(far_from_white, 20) << tree_icon_name(index);
         EXPECT_GT(far_from_black, 20) << tree_icon_name(index);
     }
+}
+
+TEST(Icons, EveryCommandOfTheMenuHasAPictureOfItsOwn)
+{
+    std::vector<QImage> pictures;
+    for (const menu_item& popup : main_menu())
+        for (const menu_item& item : popup.popup) {
+            if (item.id == 0)
+                continue;
+            const QImage picture = drawn(command_icon(item.id));
+            EXPECT_GT(visible_pixels(picture), 40) << item.id;
+            int far_from_white = 0;
+            int far_from_black = 0;
+            for (int y = 0; y < picture.height(); ++y)
+                for (int x = 0; x < picture.width(); ++x) {
+                    const QColor colour = picture.pixelColor(x, y);
+                    far_from_white += colour.alpha() >= 200 && colour.lightness() < 190 ? 1 : 0;
+                    far_from_black += colour.alpha() >= 200 && colour.lightness() > 90 ? 1 : 0;
+                }
+            EXPECT_GT(far_from_white, 20) << item.id;
+            EXPECT_GT(far_from_black, 20) << item.id;
+            for (const QImage& other : pictures)
+                EXPECT_NE(picture, other) << item.id;
+            pictures.push_back(picture);
+        }
+    EXPECT_EQ(pictures.size(), 17u);
+    EXPECT_TRUE(command_icon(0).isNull());
+    EXPECT_TRUE(command_icon(ID_FILE_MRU_FIRST).isNull());
 }
 
 TEST(Icons, AnUnknownIndexIsEmpty)

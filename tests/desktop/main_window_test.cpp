@@ -2,6 +2,7 @@
 
 #include "tests/desktop/desktop_support.h"
 
+#include <QContextMenuEvent>
 #include <QDialog>
 #include <QHeaderView>
 #include <QLineEdit>
@@ -11,6 +12,7 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTest>
+#include <QToolBar>
 #include <QWindow>
 #include <gtest/gtest.h>
 
@@ -23,6 +25,7 @@ struct MainWindow : testing::Test {
     MainWindow() { window.add_status_pane(); }
 
     int close_count = 0;
+    int bars_menus = 0;
     std::vector<std::uint32_t> keys;
     bool takes_keys = false;
     std::vector<QWidget*> focused;
@@ -32,7 +35,8 @@ struct MainWindow : testing::Test {
                                 keys.push_back(key.virtual_key);
                                 return takes_keys;
                             },
-                        .focus_moved = [this](QWidget* widget) { focused.push_back(widget); }}};
+                        .focus_moved = [this](QWidget* widget) { focused.push_back(widget); },
+                        .bars_menu_wanted = [this](const QPoint&) { ++bars_menus; }}};
 };
 
 TEST_F(MainWindow, AKeyIsSeenOnceBeforeTheFocusedWidget)
@@ -62,6 +66,40 @@ TEST_F(MainWindow, KeysOfADialogAreNotSeen)
     QTest::keyClick(dialog.windowHandle(), Qt::Key_C, Qt::ControlModifier);
     pump();
     EXPECT_TRUE(keys.empty());
+}
+
+TEST_F(MainWindow, AsksForTheMenuOfItsBars)
+{
+    auto* field = new QWidget;
+    window.setCentralWidget(field);
+    window.menuBar()->addMenu(QStringLiteral("&File"));
+    QToolBar* bar = window.addToolBar(QStringLiteral("Bar"));
+    bar->addAction(QStringLiteral("Do"));
+    window.show();
+    window.activateWindow();
+    pump();
+    const auto right_click = [this](QWidget& on) {
+        const QPoint place = on.rect().center();
+        QContextMenuEvent event(QContextMenuEvent::Mouse, place, on.mapToGlobal(place));
+        QCoreApplication::sendEvent(&on, &event);
+        return std::exchange(bars_menus, 0);
+    };
+    EXPECT_EQ(right_click(*window.menuBar()), 1);
+    EXPECT_EQ(right_click(*bar), 1);
+    EXPECT_EQ(right_click(*bar->widgetForAction(bar->actions().front())), 1);
+    EXPECT_EQ(right_click(*field), 0);
+
+    field->setFocusPolicy(Qt::StrongFocus);
+    field->setFocus();
+    press(window, Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_EQ(std::exchange(bars_menus, 0), 0) << "the menu bar does not have the focus";
+    window.menuBar()->setFocusPolicy(Qt::StrongFocus);
+    window.menuBar()->setFocus();
+    press(window, Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_EQ(std::exchange(bars_menus, 0), 1);
+    QContextMenuEvent by_key(QContextMenuEvent::Keyboard, QPoint(1, 1), QPoint(1, 1));
+    QCoreApplication::sendEvent(window.menuBar(), &by_key);
+    EXPECT_EQ(std::exchange(bars_menus, 0), 1);
 }
 
 TEST_F(MainWindow, ACloseIsAWishOnly)

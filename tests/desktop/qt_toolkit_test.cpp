@@ -5,8 +5,13 @@
 #include "tests/desktop/desktop_support.h"
 
 #include <QAction>
+#include <QContextMenuEvent>
 #include <QGuiApplication>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
 #include <QTest>
+#include <QToolBar>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -176,6 +181,84 @@ TEST(QtToolkit, WorkShowsTheWaitCursor)
     menu_action(shown.window(), QStringLiteral("&File/&Open"))->trigger();
     EXPECT_EQ(during, Qt::WaitCursor);
     EXPECT_EQ(shape(), Qt::ArrowCursor);
+}
+
+TEST(QtToolkit, ToolbarsFollowTheSession)
+{
+    program_window shown;
+    ASSERT_TRUE(shown.start());
+    ASSERT_TRUE(shown.frame().CommandBars().set_tool_bars(
+        {{u"T", true, {tool_item::command(ID_VIEW_FEATURES), tool_item::command(ID_FILE_OPEN)}}}));
+    const auto action = [&](int index) { return shown.window().findChild<QToolBar*>()->actions().at(index); };
+    EXPECT_FALSE(action(0)->isEnabled());
+    EXPECT_TRUE(action(1)->isEnabled());
+    ASSERT_TRUE(shown.open_features("Main\n"));
+    EXPECT_TRUE(action(0)->isEnabled());
+    EXPECT_FALSE(action(0)->isChecked());
+    action(0)->trigger();
+    EXPECT_TRUE(action(0)->isChecked());
+    EXPECT_EQ(shown.frame().ViewFilter(), u"Features");
+}
+
+TEST(QtToolkit, ToolbarsAndKeysAreThereAgain)
+{
+    platform::memory_user_settings settings;
+    {
+        program_window first;
+        ASSERT_TRUE(first.start());
+        ASSERT_TRUE(first.frame().CommandBars().set_tool_bars({{u"T", true, {tool_item::command(ID_APP_ABOUT)}}}));
+        first.frame().CommandBars().assign_key({0x76}, ID_APP_ABOUT);
+        first.window().close();
+        settings = first.settings;
+    }
+    program_window second;
+    second.settings = settings;
+    ASSERT_TRUE(second.start());
+    const auto* bar = second.window().findChild<QToolBar*>();
+    ASSERT_NE(bar, nullptr);
+    bar->actions().front()->trigger();
+    EXPECT_EQ(second.person.about_count(), 1);
+    press(second.window(), Qt::Key_F7);
+    EXPECT_EQ(second.person.about_count(), 2);
+}
+
+TEST(QtToolkit, CustomizesFromTheMenuOfTheBars)
+{
+    program_window shown;
+    ASSERT_TRUE(shown.start());
+    bool window_was_blocked = false;
+    when_modal([&](QWidget& popup) {
+        when_shown(QStringLiteral("Customize"), [&](QWidget& dialog) {
+            press(shown.window(), Qt::Key_O, Qt::ControlModifier);
+            window_was_blocked = shown.person.take_questions().empty();
+            button_of(dialog, QStringLiteral("Add \u2192"))->click();
+            auto* bar = shown.window().findChild<QToolBar*>();
+            ASSERT_NE(bar, nullptr) << "it is there at once";
+            EXPECT_TRUE(bar->acceptDrops());
+        });
+        auto& menu = dynamic_cast<QMenu&>(popup);
+        menu.setActiveAction(menu.actions().back());
+        QTest::keyClick(&menu, Qt::Key_Return);
+    });
+    QMenuBar& menu_bar = *shown.window().menuBar();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, menu_bar.rect().center(),
+                            menu_bar.mapToGlobal(menu_bar.rect().center()));
+    QCoreApplication::sendEvent(&menu_bar, &event);
+    EXPECT_TRUE(window_was_blocked);
+    ASSERT_EQ(shown.frame().CommandBars().tool_bars().size(), 1u);
+    pump();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(shown.window().findChild<QToolBar*>()->acceptDrops());
+    press(shown.window(), Qt::Key_O, Qt::ControlModifier);
+    EXPECT_EQ(shown.person.take_questions().size(), 1u) << "the window is a person's again";
+}
+
+TEST(QtToolkit, HasNoSheetWithoutAFrame)
+{
+    qt_toolkit toolkit;
+    EXPECT_EQ(toolkit.make_customize_sheet(), nullptr);
+    toolkit.load_command_bars(u"CommandBars");
+    toolkit.save_command_bars(u"CommandBars");
 }
 
 TEST(QtToolkit, ExitAndTheWindowsCloseAreOne)

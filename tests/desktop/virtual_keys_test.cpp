@@ -74,6 +74,8 @@ TEST(VirtualKeys, EveryAcceleratorHasAText)
     EXPECT_EQ(accelerator_text({0x72, false, false, false, 0}), "F3");
     EXPECT_EQ(accelerator_text({0x75, false, true, false, 0}), "Shift+F6");
     EXPECT_EQ(accelerator_text({0x08, false, false, true, 0}), "Alt+Backspace");
+    EXPECT_EQ(accelerator_text({0x65, true, false, false, 0}), "Ctrl+Num+5");
+    EXPECT_EQ(accelerator_text({0x6F, false, false, false, 0}), "Num+/");
     EXPECT_EQ(accelerator_text({0xFE, false, false, false, 0}), QString());
 }
 
