@@ -1,6 +1,7 @@
 #include "desktop/cell_delegate.h"
 
 #include "desktop/icons.h"
+#include "desktop/qt_text.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -77,10 +78,7 @@ void cell_delegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
 
 QString cell_delegate::displayText(const QVariant& value, const QLocale&) const
 {
-    QString text = value.toString().left(longest_drawn_length_in_code_units);
-    std::replace_if(
-        text.begin(), text.end(), [](QChar c) { return c < u' '; }, QChar(u' '));
-    return text;
+    return one_line_of(value.toString().left(longest_drawn_length_in_code_units));
 }
 
 void cell_delegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const

@@ -29,7 +29,8 @@ QString recent_file_label(std::size_t index, std::u16string_view name)
     QString label = QString::number(number);
     if (number <= mnemonic_count)
         label.insert(label.size() - 1, u'&');
-    return label + u' ' + to_qt(name).replace(u'&', QStringLiteral("&&"));
+    // A tab would be taken for the place where a key stands.
+    return label + u' ' + one_line_of(to_qt(name)).replace(u'&', QStringLiteral("&&"));
 }
 
 void frame_menus::fill(QMenuBar& bar, std::span<const menu_item> table)

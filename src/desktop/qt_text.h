@@ -18,4 +18,16 @@ namespace cw {
     return text.toStdU16String();
 }
 
+/// A text for a place of one line: control characters and line breaks, which would be drawn as boxes or
+/// mean something to the place, are blanks.
+[[nodiscard]] inline QString one_line_of(QString text)
+{
+    for (QChar& character : text)
+        if (const QChar::Category category = character.category(); category == QChar::Other_Control ||
+                                                                   category == QChar::Separator_Line ||
+                                                                   category == QChar::Separator_Paragraph)
+            character = u' ';
+    return text;
+}
+
 } // namespace cw

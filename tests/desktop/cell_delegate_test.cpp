@@ -106,6 +106,7 @@ TEST_F(CellDelegate, TipsCanBeOff)
 TEST_F(CellDelegate, ATextIsOneLine)
 {
     EXPECT_EQ(delegate.displayText(QStringLiteral("a\r\nb\tc"), QLocale::c()), "a  b c");
+    EXPECT_EQ(delegate.displayText(QStringLiteral("a\u0085b\u2028c\u2029d\u007Fe"), QLocale::c()), "a b c d e");
     const QString zero_inside = QStringLiteral("a") + QChar(u'\0') + QStringLiteral("b");
     EXPECT_EQ(delegate.displayText(zero_inside, QLocale::c()), "a b");
 }

@@ -60,6 +60,18 @@ TEST(MainWindowHost, RunsUntilTheWindowIsClosedAndKeepsTheSettings)
     EXPECT_EQ(recent.front(), QStringLiteral("&1 ") + log);
 }
 
+TEST(MainWindowHost, ShowsLongRecentPathsShortened)
+{
+    const temporary_folder folder;
+    const std::string path = folder.file(std::string(100, 'd') + "/a.clg");
+    main_window_host host({QString::fromStdString(path).toStdU16String()});
+    QStringList recent;
+    when_running(host,
+                 [&](main_window& window) { recent = popup_texts(window, QStringLiteral("&File/&Recent Files")); });
+    EXPECT_EQ(run_window(host), 0);
+    EXPECT_EQ(recent.value(0), QString::fromStdString("&1 " + path.substr(0, 70) + ".../a.clg"));
+}
+
 TEST(MainWindowHost, PutsTheSettingsBackThatWereInUse)
 {
     platform::user_settings* before = platform::current().user;
