@@ -258,5 +258,27 @@ TEST_F(find_commands, a_text_of_a_million_letters_is_searched_for)
     EXPECT_EQ(find_text().size(), 1'000'000u);
 }
 
+TEST_F(find_commands, texts_are_searched_for_by_their_code_units)
+{
+    open(R"("features": [{"Name": "\ud83d\ude00"}, {"Name": "x"}])");
+    EXPECT_EQ(find(u"\xDE00"), "Main/\xF0\x9F\x98\x80 tree");
+    EXPECT_EQ(find(u"\xDE01"), "Main" + std::string(not_found));
+    // A zero is a letter like any other.
+    EXPECT_EQ(find(std::u16string(u"x\0y", 3)), "Main" + std::string(not_found));
+}
+
+// A record that matches without moving the selection is left locked each time.
+TEST_F(find_commands, a_record_that_holds_the_search_fast_can_be_found_without_end)
+{
+    open(R"("features": [{"Name": "Sub", "operations": {"OPTYPE_GENERAL": [["needle"]], "MY_TYPE": [["x"]]}}])",
+         R"("MY_TYPE")");
+    ASSERT_EQ(find(u"needle"), "Main tree");
+    constexpr int more_than_an_array_counts_locks = 70'000;
+    for (int i = 0; i < more_than_an_array_counts_locks; ++i)
+        frame().RunCommand(ID_SEARCH_FIND_NEXT);
+    EXPECT_EQ(place(), "Main tree");
+    EXPECT_EQ(program.take_unhandled(), lines{});
+}
+
 } // namespace
 } // namespace cw

@@ -452,6 +452,11 @@ TEST_F(search_walk, asks_in_the_order_of_its_tests)
     for (int node = 0; node < 2; ++node)
         expected.insert(expected.end(), searched.begin(), searched.end());
     EXPECT_EQ(program.take_trace(), expected);
+
+    // The next one asks for everything again, but for the list that stands there.
+    expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(list_of_one_property.size()));
+    EXPECT_EQ(next(), "Main" + std::string(not_found));
+    EXPECT_EQ(program.take_trace(), expected);
 }
 
 /// Three records in one array, at places that are the list's own business.

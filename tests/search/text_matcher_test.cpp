@@ -36,6 +36,21 @@ TEST(text_matcher, knows_no_words)
     EXPECT_FALSE(matches(u"a*b", u"aab"));
 }
 
+TEST(text_matcher, takes_code_units_as_they_come)
+{
+    using namespace std::string_view_literals;
+    // A zero ends no text.
+    EXPECT_TRUE(matches(u"behind", u"a\0behind"sv));
+    EXPECT_TRUE(matches(u"a\0B"sv, u"a\0bc"sv));
+    EXPECT_FALSE(matches(u"a\0c"sv, u"a\0bc"sv));
+    // Halves of a pair are found in it, and have no case.
+    EXPECT_TRUE(matches(u"\xD83D", u"\U0001F600"));
+    EXPECT_TRUE(matches(u"\xDE00", u"\U0001F600"));
+    EXPECT_TRUE(matches(u"\xD83D", u"\xD83D"));
+    EXPECT_FALSE(matches(u"\xD83D", u"\xDE00"));
+    EXPECT_FALSE(matches(u"\U00010400", u"\U00010428"));
+}
+
 TEST(text_matcher, goes_without_case_on_both_sides)
 {
     EXPECT_TRUE(matches(u"NOT Installed", u"a Not inSTALLED b"));
