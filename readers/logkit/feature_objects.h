@@ -11,10 +11,15 @@
 
 namespace cw::logkit {
 
-/// What a caller locks and unlocks is freed once nobody holds it; an array whose reader never let go
-/// of it is left to that reader.
+/// Arrays live as long as the object that gave them out. A caller may have left one locked: a search
+/// does so with the record that it comes to.
 struct array_deleter {
-    void operator()(SAFEARRAY* array) const noexcept { (void)SafeArrayDestroy(array); }
+    void operator()(SAFEARRAY* array) const noexcept
+    {
+        while (array->cLocks > 0)
+            (void)SafeArrayUnlock(array);
+        (void)SafeArrayDestroy(array);
+    }
 };
 using array_holder = std::unique_ptr<SAFEARRAY, array_deleter>;
 

@@ -1,5 +1,7 @@
 #include "logkit_support.h"
 
+#include <malloc.h>
+
 #include <limits>
 
 namespace cw::logkit_tests {
@@ -329,6 +331,25 @@ TEST_F(logkit_lists, an_array_that_is_locked_is_left_alone)
     SAFEARRAY* record = nullptr;
     EXPECT_EQ(found->Next(&position, &record), S_OK);
     EXPECT_EQ(shown(record), "\"o4\" \"\"");
+}
+
+TEST_F(logkit_lists, free_the_records_that_a_caller_left_locked)
+{
+    constexpr std::size_t length = 500'000;
+    const feature main = open_main(write_log(plain_log() + "INSERT INTO general_operation SELECT 1, 0, '" +
+                                             std::string(length, 'x') + "', NULL;"));
+    const auto leave_locked = [&] {
+        const operations found = list(main.get(), log_operation_type::general);
+        LONG position = 0;
+        SAFEARRAY* held = nullptr;
+        void* data = nullptr;
+        return found->Next(&position, &held) == S_OK && SafeArrayAccessData(held, &data) == S_OK;
+    };
+    ASSERT_TRUE(leave_locked());
+    const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+    for (int i = 0; i < 20; ++i)
+        ASSERT_TRUE(leave_locked());
+    EXPECT_LT(mallinfo2().uordblks + mallinfo2().hblkhd, before + 5 * length * sizeof(char16_t));
 }
 
 TEST_F(logkit_lists, of_one_feature_do_not_disturb_each_other)
