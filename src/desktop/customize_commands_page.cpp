@@ -1,6 +1,6 @@
 #include "desktop/customize_commands_page.h"
 
-#include "desktop/field_label.h"
+#include "desktop/customize_parts.h"
 #include "desktop/name_dialog.h"
 #include "desktop/qt_text.h"
 #include "desktop/tool_lists.h"
@@ -10,7 +10,6 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
@@ -248,9 +247,10 @@ bool customize_commands_page::change(std::vector<tool_bar> bars)
     const bool done = m_bars.set_tool_bars(std::move(bars));
     refresh();
     if (!done)
-        m_note->setText(QStringLiteral("There can be %1 toolbars, and %2 things on each and in each menu.")
+        m_note->setText(QStringLiteral("There can be %1 toolbars, %2 things on each and in each menu, and %3 in all.")
                             .arg(command_bars::most_tool_bars)
-                            .arg(command_bars::most_items));
+                            .arg(command_bars::most_items)
+                            .arg(command_bars::most_items_together));
     return done;
 }
 
@@ -293,8 +293,7 @@ void customize_commands_page::delete_bar()
 {
     const tool_bar* bar = chosen_bar();
     const auto question = QStringLiteral("Delete the toolbar \u201C%1\u201D with all that is on it?");
-    if (!bar->items.empty() &&
-        QMessageBox::question(this, window()->windowTitle(), question.arg(to_qt(bar->name))) != QMessageBox::Yes)
+    if (!bar->items.empty() && !confirmed(*this, question.arg(to_qt(bar->name))))
         return;
     std::vector<tool_bar> bars = m_bars.tool_bars();
     bars.erase(bars.begin() + m_bar->currentIndex());
@@ -303,8 +302,7 @@ void customize_commands_page::delete_bar()
 
 void customize_commands_page::delete_all_bars()
 {
-    const auto question = QStringLiteral("Take all toolbars away? The program brings none of its own.");
-    if (QMessageBox::question(this, window()->windowTitle(), question) == QMessageBox::Yes)
+    if (confirmed(*this, QStringLiteral("Take all toolbars away? The program brings none of its own.")))
         change({});
 }
 

@@ -1,6 +1,6 @@
 #include "desktop/customize_keyboard_page.h"
 
-#include "desktop/field_label.h"
+#include "desktop/customize_parts.h"
 #include "desktop/icons.h"
 #include "desktop/shortcut_notes.h"
 #include "desktop/virtual_keys.h"
@@ -10,7 +10,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
@@ -244,13 +243,10 @@ void customize_keyboard_page::remove()
 
 void customize_keyboard_page::reset()
 {
-    const auto answer =
-        QMessageBox::question(this, window()->windowTitle(),
-                              QStringLiteral("Go back to the keys that the program brings? Your own are lost."));
-    if (answer == QMessageBox::Yes) {
-        m_bars.reset_keys();
-        refresh();
-    }
+    if (!confirmed(*this, QStringLiteral("Go back to the keys that the program brings? Your own are lost.")))
+        return;
+    m_bars.reset_keys();
+    refresh();
 }
 
 } // namespace cw

@@ -1,9 +1,10 @@
 #include "desktop/customize_options_page.h"
 
+#include "desktop/customize_parts.h"
+
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSignalBlocker>
@@ -104,10 +105,8 @@ void customize_options_page::apply()
 
 void customize_options_page::reset()
 {
-    const auto answer = QMessageBox::question(
-        this, window()->windowTitle(),
-        QStringLiteral("Go back to the toolbars, keys and options that the program brings? Your own are lost."));
-    if (answer == QMessageBox::Yes)
+    if (confirmed(*this, QStringLiteral("Go back to the toolbars, keys and options that the program brings? "
+                                        "Your own are lost.")))
         m_bars.reset();
 }
 

@@ -17,7 +17,7 @@ using json = nlohmann::ordered_json;
 
 constexpr std::u16string_view state_entry = u"State";
 constexpr unsigned state_version = 1;
-// Far more than the most of everything takes; a longer text is not even looked at.
+// More than the most of everything takes; a longer text is not even looked at.
 constexpr std::size_t longest_state = 1'000'000;
 constexpr std::uint32_t largest_virtual_key = 0xFE;
 
@@ -91,9 +91,22 @@ bool is_sound(std::span<const tool_item> items, bool within_menu)
            });
 }
 
+std::size_t count_of(std::span<const tool_item> items)
+{
+    std::size_t count = items.size();
+    for (const tool_item& item : items)
+        count += item.contents.size();
+    return count;
+}
+
 bool is_sound(std::span<const tool_bar> bars)
 {
     if (bars.size() > command_bars::most_tool_bars)
+        return false;
+    std::size_t together = 0;
+    for (const tool_bar& bar : bars)
+        together += count_of(bar.items);
+    if (together > command_bars::most_items_together)
         return false;
     for (std::size_t index = 0; index < bars.size(); ++index) {
         const tool_bar& bar = bars[index];

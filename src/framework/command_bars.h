@@ -74,7 +74,8 @@ class command_bars {
 public:
     // The most that there can be of anything; kept states beyond it are damaged.
     static constexpr std::size_t most_tool_bars = 24;
-    static constexpr std::size_t most_items = 64; // on a toolbar, and in a menu
+    static constexpr std::size_t most_items = 64;            // on a toolbar, and in a menu
+    static constexpr std::size_t most_items_together = 1024; // on all toolbars, their menus included
     static constexpr std::size_t longest_name = 64;
     static constexpr std::size_t most_own_keys = 254 * 8; // every key with everything that can be held
 

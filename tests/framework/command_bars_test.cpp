@@ -366,6 +366,29 @@ TEST_F(bars_of_program, unsound_toolbars_are_refused)
     EXPECT_EQ(changes, 1);
 }
 
+TEST_F(bars_of_program, the_most_that_there_can_be_is_kept)
+{
+    // Names of characters that take the most room, as many keys as there are, and as many menus as fit.
+    const auto menus = [](std::size_t count) {
+        std::vector<tool_item> items(count, tool_item::menu(std::u16string(command_bars::longest_name, u'\x01')));
+        return items;
+    };
+    std::vector<tool_bar> most;
+    for (char16_t bar = 0; bar < 16; ++bar)
+        most.push_back({std::u16string(63, u'\x02') + static_cast<char16_t>(u'a' + bar), true, menus(64)});
+    ASSERT_TRUE(bars.set_tool_bars(most));
+    for (std::uint32_t key = 1; key <= 0xFE; ++key)
+        for (unsigned held = 0; held < 8; ++held)
+            bars.assign_key({key, (held & 1) != 0, (held & 2) != 0, (held & 4) != 0}, report_id);
+    bars.save(settings, name);
+    EXPECT_EQ(reloaded(), picture(bars));
+
+    most[0].items[0].contents = {tool_item::separator()};
+    EXPECT_FALSE(bars.set_tool_bars(most)) << "one more in all";
+    most[1].items.pop_back();
+    EXPECT_TRUE(bars.set_tool_bars(most));
+}
+
 TEST_F(bars_of_program, nobody_needs_to_look)
 {
     bars.set_changed_sink(nullptr);

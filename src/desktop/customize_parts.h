@@ -1,0 +1,28 @@
+// What the pages of the customise dialog share: labels of fields, and the question before something
+// is lost.
+#pragma once
+
+#include <QLabel>
+#include <QMessageBox>
+#include <QString>
+
+namespace cw {
+
+/// The label of a field: its mnemonic leads to the field, and its text names the field for those who do
+/// not see it.
+[[nodiscard]] inline QLabel* field_label(const QString& text, QWidget* field)
+{
+    auto* label = new QLabel(text);
+    label->setBuddy(field);
+    field->setAccessibleName(QString(text).remove(u'&').remove(u':'));
+    return label;
+}
+
+/// Whether the person says yes; no is what a hasty Return means.
+[[nodiscard]] inline bool confirmed(QWidget& page, const QString& question)
+{
+    return QMessageBox::question(&page, page.window()->windowTitle(), question, QMessageBox::Yes | QMessageBox::No,
+                                 QMessageBox::No) == QMessageBox::Yes;
+}
+
+} // namespace cw
