@@ -21,8 +21,11 @@ namespace cw {
 /// Whether the person says yes; no is what a hasty Return means.
 [[nodiscard]] inline bool confirmed(QWidget& page, const QString& question)
 {
-    return QMessageBox::question(&page, page.window()->windowTitle(), question, QMessageBox::Yes | QMessageBox::No,
-                                 QMessageBox::No) == QMessageBox::Yes;
+    QMessageBox box(QMessageBox::Question, page.window()->windowTitle(), question, QMessageBox::Yes | QMessageBox::No,
+                    &page);
+    box.setTextFormat(Qt::PlainText);
+    box.setDefaultButton(QMessageBox::No);
+    return box.exec() == QMessageBox::Yes;
 }
 
 } // namespace cw

@@ -43,7 +43,10 @@ name_dialog::name_dialog(const QString& title, const QString& initial, QStringLi
 
 QString name_dialog::name() const
 {
-    return m_field->text().trimmed();
+    QString visible;
+    for (const QChar character : m_field->text())
+        visible += character.category() == QChar::Other_Control ? QChar(u' ') : character;
+    return visible.simplified();
 }
 
 void name_dialog::look_at_name()

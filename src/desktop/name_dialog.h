@@ -17,7 +17,7 @@ public:
     /// `taken` are the names that it may not be.
     name_dialog(const QString& title, const QString& initial, QStringList taken, QWidget* parent);
 
-    /// Without blanks around it.
+    /// In one line, without blanks around it.
     [[nodiscard]] QString name() const;
     [[nodiscard]] QLineEdit& field() noexcept { return *m_field; }
 

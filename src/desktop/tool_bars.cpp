@@ -11,6 +11,7 @@
 #include <QDropEvent>
 #include <QMainWindow>
 #include <QMenu>
+#include <QTextDocument>
 #include <QToolButton>
 
 #include <deque>
@@ -164,6 +165,8 @@ QMenu& tool_bar_views::add_menu(tool_bar_view& view, const QString& name, std::s
 {
     auto* menu = new QMenu(without_mnemonic(name), &view);
     m_menus.fill(*menu, table);
+    // A person's name for it is no markup.
+    menu->menuAction()->setToolTip(Qt::convertFromPlainText(name));
     view.addAction(menu->menuAction());
     auto* button = qobject_cast<QToolButton*>(view.widgetForAction(menu->menuAction()));
     button->setPopupMode(QToolButton::InstantPopup);

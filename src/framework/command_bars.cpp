@@ -80,14 +80,23 @@ const menu_item* find_item(std::span<const menu_item> menu, const Match& match) 
     return nullptr;
 }
 
+/// Whether a text can be read in one line of a menu.
+bool is_name(std::u16string_view text)
+{
+    constexpr char16_t first_visible = 0x20;
+    constexpr char16_t delete_character = 0x7F;
+    return !text.empty() && text.size() <= command_bars::longest_name &&
+           std::ranges::none_of(text, [](char16_t unit) { return unit < first_visible || unit == delete_character; });
+}
+
 bool is_sound(std::span<const tool_item> items, bool within_menu)
 {
     return items.size() <= command_bars::most_items && std::ranges::all_of(items, [&](const tool_item& item) {
                const bool may_stand_here =
                    !within_menu || item.kind == tool_kind::command || item.kind == tool_kind::separator;
-               return may_stand_here && item.text.size() <= command_bars::longest_name &&
-                      (item.kind == tool_kind::menu ? !item.text.empty() && is_sound(item.contents, true)
-                                                    : item.contents.empty());
+               const bool has_name = item.kind == tool_kind::menu || item.kind == tool_kind::popup;
+               return may_stand_here && (has_name ? is_name(item.text) : item.text.empty()) &&
+                      (item.kind == tool_kind::menu ? is_sound(item.contents, true) : item.contents.empty());
            });
 }
 
@@ -110,10 +119,9 @@ bool is_sound(std::span<const tool_bar> bars)
         return false;
     for (std::size_t index = 0; index < bars.size(); ++index) {
         const tool_bar& bar = bars[index];
-        const bool named = !bar.name.empty() && bar.name.size() <= command_bars::longest_name;
         const bool named_before =
             std::ranges::any_of(bars.first(index), [&](const tool_bar& earlier) { return earlier.name == bar.name; });
-        if (!named || named_before || !is_sound(bar.items, false))
+        if (!is_name(bar.name) || named_before || !is_sound(bar.items, false))
             return false;
     }
     return true;

@@ -103,8 +103,8 @@ public:
 
     // ---- toolbars ------------------------------------------------------------------------------
     [[nodiscard]] const std::vector<tool_bar>& tool_bars() const noexcept { return m_toolBars; }
-    /// Replaces them all. False, and nothing changes, where a name is empty, too long or there twice,
-    /// or where there is too much of anything.
+    /// Replaces them all. False, and nothing changes, where a name is empty, too long, there twice or no
+    /// line of text, or where there is too much of anything.
     bool set_tool_bars(std::vector<tool_bar> bars);
 
     // ---- looks ---------------------------------------------------------------------------------

@@ -34,6 +34,15 @@ TEST(NameDialog, TakesANameThatNothingElseBears)
     EXPECT_EQ(dialog.name(), "B");
 }
 
+TEST(NameDialog, ANameIsOneLine)
+{
+    name_dialog dialog(QStringLiteral("N"), {}, {}, nullptr);
+    dialog.field().setText(QStringLiteral("\ta\tb\u0001c\u007F "));
+    EXPECT_EQ(dialog.name(), "a b c");
+    dialog.field().setText(QStringLiteral("\u0001"));
+    EXPECT_FALSE(button_of(dialog, QStringLiteral("OK"))->isEnabled());
+}
+
 TEST(NameDialog, ANameHasAnEnd)
 {
     name_dialog dialog(QStringLiteral("N"), {}, {}, nullptr);

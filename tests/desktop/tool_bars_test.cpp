@@ -119,10 +119,11 @@ TEST_F(ToolBars, APopupOfTheProgramDropsDown)
 
 TEST_F(ToolBars, AMenuOfOnesOwnDropsDown)
 {
-    tool_item own = tool_item::menu(u"A & B");
+    tool_item own = tool_item::menu(u"A & <b>B");
     own.contents = {tool_item::command(ID_FILE_SAVE), tool_item::separator(), tool_item::command(ID_HELP_TOPIC)};
     show({own});
-    EXPECT_EQ(button(0).text(), "A && B") << "no mnemonic";
+    EXPECT_EQ(button(0).text(), "A && <b>B") << "no mnemonic";
+    EXPECT_EQ(button(0).toolTip().replace(QChar::Nbsp, u' '), "<p>A &amp; &lt;b&gt;B</p>") << "no markup";
     QMenu* menu = action(0).menu();
     ASSERT_NE(menu, nullptr);
     emit menu->aboutToShow();

@@ -266,6 +266,8 @@ TEST_F(bars_of_program, a_damaged_state_is_no_state)
         {u"[{\"key\":67,\"held\":1,\"command\":57634}]", u"{}"},
         {u"\"name\":\"T\"", u"\"name\":\"\""},
         {u"\"name\":\"T\"", u"\"name\":7"},
+        {u"\"name\":\"T\"", u"\"name\":\"a\\tb\""},
+        {u"\"menu\":\"M\"", u"\"menu\":\"\\u007f\""},
         {u"\"name\":\"T\"", u"\"name\":\"0123456789012345678901234567890123456789012345678901234567890123456\""},
         {u"\"shown\":true", u"\"shown\":1"},
         {u"[57601,", u"[true,"},
@@ -354,6 +356,9 @@ TEST_F(bars_of_program, unsound_toolbars_are_refused)
     const auto with_items = [](std::vector<tool_item> items) { return tool_bar{u"I", true, std::move(items)}; };
     EXPECT_FALSE(bars.set_tool_bars({{u"", true, {}}}));
     EXPECT_FALSE(bars.set_tool_bars({{std::u16string(65, u'x'), true, {}}}));
+    EXPECT_FALSE(bars.set_tool_bars({{u"two\nlines", true, {}}}));
+    EXPECT_FALSE(bars.set_tool_bars({with_items({tool_item::menu(u"a\tb")})}));
+    EXPECT_FALSE(bars.set_tool_bars({with_items({tool_item::popup(u"")})}));
     EXPECT_FALSE(bars.set_tool_bars({named, named}));
     EXPECT_FALSE(bars.set_tool_bars({with_items(std::vector<tool_item>(65))}));
     EXPECT_FALSE(bars.set_tool_bars({with_items({own_menu(std::vector<tool_item>(65))})}));
@@ -370,12 +375,12 @@ TEST_F(bars_of_program, the_most_that_there_can_be_is_kept)
 {
     // Names of characters that take the most room, as many keys as there are, and as many menus as fit.
     const auto menus = [](std::size_t count) {
-        std::vector<tool_item> items(count, tool_item::menu(std::u16string(command_bars::longest_name, u'\x01')));
+        std::vector<tool_item> items(count, tool_item::menu(std::u16string(command_bars::longest_name, u'"')));
         return items;
     };
     std::vector<tool_bar> most;
     for (char16_t bar = 0; bar < 16; ++bar)
-        most.push_back({std::u16string(63, u'\x02') + static_cast<char16_t>(u'a' + bar), true, menus(64)});
+        most.push_back({std::u16string(63, u'\\') + static_cast<char16_t>(u'a' + bar), true, menus(64)});
     ASSERT_TRUE(bars.set_tool_bars(most));
     for (std::uint32_t key = 1; key <= 0xFE; ++key)
         for (unsigned held = 0; held < 8; ++held)
