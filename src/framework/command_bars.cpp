@@ -19,6 +19,8 @@ constexpr std::u16string_view state_entry = u"State";
 constexpr unsigned state_version = 1;
 // More than the most of everything takes; a longer text is not even looked at.
 constexpr std::size_t longest_state = 1'000'000;
+// Values within a menu on a toolbar lie deepest: state, toolbars, toolbar, items, menu, items.
+constexpr int deepest_in_state = 6;
 constexpr std::uint32_t largest_virtual_key = 0xFE;
 
 // What a kept key is held with, as one number.
@@ -306,7 +308,13 @@ struct command_bars::kept_state {
     static kept_state from(std::u16string_view kept)
     {
         require(kept.size() <= longest_state);
-        const json state = json::parse(platform::to_utf8(kept), nullptr, false);
+        // An object that grows copies what it holds, level by level: nesting without bounds would end the
+        // stack long before the members are looked at.
+        const auto within_depth = [](int depth, json::parse_event_t, const json&) {
+            require(depth <= deepest_in_state);
+            return true;
+        };
+        const json state = json::parse(platform::to_utf8(kept), within_depth, false);
         const auto [version, removed, own, toolbars, shown_options] =
             members<5>(state, {"version", "removed_keys", "own_keys", "toolbars", "options"});
         require(read_number(*version) == state_version);

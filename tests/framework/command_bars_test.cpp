@@ -307,6 +307,15 @@ TEST_F(bars_of_program, every_cut_of_a_state_is_no_state)
 TEST_F(bars_of_program, a_state_without_bounds_is_no_state)
 {
     EXPECT_EQ(read_from(std::u16string(900'000, u'[')), untouched);
+    // Complete texts, too, with members behind what is nested.
+    const std::u16string arrays = std::u16string(100'000, u'[') + std::u16string(100'000, u']');
+    std::u16string objects = u"1";
+    for (int level = 0; level < 20'000; ++level)
+        objects = u"{\"items\":" + std::move(objects) + u"}";
+    for (const std::u16string& nested : {arrays, objects})
+        for (const std::u16string_view replaceable :
+             {u"[57603,null]", u"{\"popup\":\"&File\"}", u"\"T\"", u"57634", u"\"beside\"", u"true"})
+            EXPECT_EQ(read_from(replaced(replaceable, nested)), untouched);
     EXPECT_EQ(read_from(std::u16string(sound) + std::u16string(1'000'000, u' ')), untouched);
     std::u16string many;
     for (int bar = 0; bar <= 24; ++bar)
