@@ -188,6 +188,17 @@ TEST_F(recent_files, refuse_an_index_beyond_the_size_and_a_directory_that_is_sho
     EXPECT_EQ(name, u"/a.hdr");
 }
 
+TEST_F(recent_files, that_there_is_no_memory_for_raise_the_class_librarys_exception)
+{
+    for (const text& entry : {of_length(78, u"/", u"/a.hdr"), of_length(200, u"C:\\", u"\\a.hdr")}) {
+        list.Add(entry);
+        services.memory.fail_after = 1;
+        EXPECT_THROW(display(0), memory_exception);
+        EXPECT_EQ(name, u"before");
+    }
+    EXPECT_TRUE(display(0)) << "the next time there is some";
+}
+
 TEST_F(recent_files, of_any_text_have_a_name)
 {
     for (const text& entry : {run_of(10'000), text(u"/a\nb\tc.hdr"), text(u"\xD800\xDFFF\xDC00"), text(u"a\0b", 3),

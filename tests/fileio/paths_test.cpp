@@ -80,6 +80,9 @@ TEST(directory_of, strips_the_root_of_what_it_found)
     EXPECT_EQ(cw::directory_of(u"\\\\server\\share\\a\\file", false, true), u"\\a");
     EXPECT_EQ(cw::directory_of(u"\\\\server\\share\\file", true, true), u"\\");
     EXPECT_EQ(cw::directory_of(u"\\\\server\\share\\file", false, true), u"");
+    // The root is that of the folder: of a share, whose folder is its server, nothing stays.
+    EXPECT_EQ(cw::directory_of(u"\\\\server\\share", true, true), u"");
+    EXPECT_EQ(cw::directory_of(u"\\\\server\\share", false, true), u"");
     EXPECT_EQ(cw::directory_of(u"a\\b\\file", false, true), u"a\\b");
     EXPECT_EQ(cw::directory_of(u"file", false, true), u"");
     EXPECT_EQ(cw::directory_of(u"/a/file", false, true), u"/a");

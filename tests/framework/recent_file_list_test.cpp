@@ -74,6 +74,9 @@ TEST_F(recent_file_list, adds_the_text_of_one_of_its_own_entries)
         list.Add(path);
     list.Add(list[2].view());
     EXPECT_EQ(entries(), (paths{u"/first/long/enough/for/the/heap", u"/c", u"/b", u""}));
+    // A short text lies within its entry.
+    list.Add(list[2].view());
+    EXPECT_EQ(entries(), (paths{u"/b", u"/first/long/enough/for/the/heap", u"/c", u""}));
 }
 
 TEST_F(recent_file_list, moves_later_entries_up_on_removal)
@@ -94,7 +97,8 @@ TEST_F(recent_file_list, refuses_an_index_beyond_the_places)
 
 TEST_F(recent_file_list, reads_its_entries_and_leaves_empty_ones_out)
 {
-    list.Add(u"/old");
+    for (const auto* path : {u"/old", u"/older", u"/oldest"})
+        list.Add(path);
     services.user.write_text(section, u"File1", u"/a");
     services.user.write_text(section, u"File2", u"");
     services.user.write_text(section, u"File4", u"/d");
@@ -158,6 +162,19 @@ TEST_F(recent_file_list, shows_the_path_or_the_name_alone)
     EXPECT_THROW(list.GetDisplayName(name, 4, u"", 0, true), invalid_argument_exception);
     list.Remove(0);
     EXPECT_FALSE(list.GetDisplayName(name, 3, u"C:\\other", 8, true));
+}
+
+TEST_F(recent_file_list, shows_a_path_that_is_just_as_long_as_may_be)
+{
+    CString name;
+    const std::u16string longest(u"C:\\" + std::u16string(11, u'f') + u"\\a.hdr");
+    ASSERT_EQ(longest.size(), 20u);
+    list.Add(longest);
+    EXPECT_TRUE(list.GetDisplayName(name, 0, u"", 0, true));
+    EXPECT_EQ(name.view(), longest);
+    list.Add(longest + u"x");
+    EXPECT_TRUE(list.GetDisplayName(name, 0, u"", 0, true));
+    EXPECT_EQ(name, u"a.hdrx");
 }
 
 TEST_F(recent_file_list, of_no_places_takes_nothing)
