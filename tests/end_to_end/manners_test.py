@@ -1,12 +1,12 @@
 """How the window behaves among others on a desktop: what is dropped on it, a second window, tips, and
 settings that are not as they should be."""
-import json
 import os
 import subprocess
 import time
 import unittest
 
-from support import BUILD, CWCAB, SAMPLE, SAMPLE_LOG, SCREEN_WIDTH, MediaWindowTest, WindowTest, run, wait_for
+from support import (BUILD, SAMPLE, SAMPLE_LOG, SCREEN_WIDTH, MediaWindowTest, WindowTest, build_media,
+                     build_protected_media, run, wait_for)
 
 APPLICATION = "Cratewright Cabinet and Log File Viewer"
 LONGEST_PAUSE_BEFORE_A_TIP_SECONDS = 1.5
@@ -81,11 +81,7 @@ class Drop(WindowTest):
 class Tips(MediaWindowTest):
     def test_what_is_cut_is_told_whole(self):
         name = "<b>A feature</b> whose name is longer than the tree is wide & goes on"
-        manifest = self.folder / "long.json"
-        manifest.write_text(json.dumps({"Features": [{"Name": name}]}), encoding="utf-8")
-        built = run(CWCAB, "build", manifest, "-o", self.folder, "--name", "long")
-        self.assertEqual(built.returncode, 0, built.stderr)
-        process = self.open(self.folder / "long.hdr")
+        process = self.open(build_media(self.folder, "long", {"Features": [{"Name": name}]}))
         self.view("f")
         self.display.key("Home", "Right", "Down")
         left, top, _, bottom = self.selected_row(in_list=False)
@@ -117,13 +113,7 @@ class Tips(MediaWindowTest):
 
 class CommandLine(WindowTest):
     def test_the_window_stands_before_the_file_is_open(self):
-        password = self.folder / "password"
-        password.write_text("open sesame\n", encoding="utf-8")
-        manifest = self.folder / "safe.json"
-        manifest.write_text(json.dumps({"Features": [{"Name": "Hidden feature"}]}), encoding="utf-8")
-        built = run(CWCAB, "build", manifest, "-o", self.folder, "--name", "safe", "--password-file", password)
-        self.assertEqual(built.returncode, 0, built.stderr)
-        process = self.start(self.folder / "safe.hdr")
+        process = self.start(build_protected_media(self.folder, "open sesame"))
         # The open waits for an answer, so what is on the screen was there before its end.
         self.display.window("[Pp]assword")
         self.assertTrue(self.display.windows("safe.hdr"))

@@ -1,4 +1,5 @@
 """What the end-to-end tests share: the built programs, displays of their own, and windows on them."""
+import json
 import os
 import shutil
 import subprocess
@@ -28,6 +29,23 @@ def run(*command, timeout=PATIENCE_SECONDS, **options):
     """Runs a program to its end; its output as text."""
     return subprocess.run([str(word) for word in command], capture_output=True, text=True, timeout=timeout,
                           check=False, **options)
+
+
+def build_media(folder, name, model, *options):
+    """Builds a media from a manifest given as an object; the path of its header."""
+    manifest = folder / f"{name}.json"
+    manifest.write_text(json.dumps(model), encoding="utf-8")
+    built = run(CWCAB, "build", manifest, "-o", folder, "--name", name, *options)
+    if built.returncode:
+        raise AssertionError(built.stderr)
+    return folder / f"{name}.hdr"
+
+
+def build_protected_media(folder, password):
+    """Builds `safe.hdr` in a folder, with one feature; its path."""
+    password_file = folder / "password"
+    password_file.write_text(password + "\n", encoding="utf-8")
+    return build_media(folder, "safe", {"Features": [{"Name": "Hidden feature"}]}, "--password-file", password_file)
 
 
 def wait_for(what, condition):

@@ -3,7 +3,8 @@ import json
 import shutil
 import unittest
 
-from support import BUILD, CWCAB, CWCABVIEW, FIXTURE, SAMPLE, WindowTest, run, wait_for
+from support import (BUILD, CWCABVIEW, FIXTURE, SAMPLE, WindowTest, build_protected_media, run,
+                     wait_for)
 
 APPLICATION = "Cratewright Cabinet and Log File Viewer"
 
@@ -58,14 +59,7 @@ class Window(WindowTest):
         return self.display.xdotool("getwindowname", window).stdout.strip()
 
     def test_a_protected_media_asks_until_the_password_is_right(self):
-        password = self.folder / "password"
-        password.write_text("open sesame\n", encoding="utf-8")
-        manifest = self.folder / "safe.json"
-        manifest.write_text(json.dumps({"Features": [{"Name": "Hidden feature"}]}), encoding="utf-8")
-        built = run(CWCAB, "build", manifest, "-o", self.folder, "--name", "safe", "--password-file", password)
-        self.assertEqual(built.returncode, 0, built.stderr)
-
-        process = self.start(self.folder / "safe.hdr")
+        process = self.start(build_protected_media(self.folder, "open sesame"))
         self.display.window("[Pp]assword")
         self.display.type("wrong")
         self.display.key("Return")
