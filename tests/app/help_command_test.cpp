@@ -106,6 +106,13 @@ TEST_F(help_command, every_occurrence_of_the_first_language_is_replaced)
         << "a folder above alone is no reason";
 }
 
+TEST_F(help_command, every_occurrence_of_the_topic_is_taken_off_what_is_looked_for)
+{
+    const std::u16string twice = std::u16string(topic) + std::u16string(topic);
+    EXPECT_EQ(help_of(u"C:\\a" + twice + u"\\bin\\v.exe", {u"C:\\a\\Program\\0409\\HelpLib.chm"}),
+              u"C:\\a" + twice + u"\\Program\\0409\\HelpLib.chm" + std::u16string(topic));
+}
+
 TEST_F(help_command, a_folder_that_is_called_like_the_topic_is_taken_for_it)
 {
     // Only what is looked for loses it.

@@ -114,6 +114,7 @@ TEST(root_of, is_server_and_share_or_the_drive)
              row{u"\\\\server\\share\\", u"\\\\server\\share", u"\\\\server\\share\\"},
              row{u"\\\\server\\share\\a\\b", u"\\\\server\\share", u"\\\\server\\share\\"},
              row{u"\\\\\\share\\a", u"\\\\\\share", u"\\\\\\share\\"},
+             row{u"\\\\server\\\\a", u"\\\\server\\", u"\\\\server\\"},
              row{u"/", u"", u"/"},
              row{u"/a/b", u"", u"/"},
              row{u"/:x", u"", u"/"},

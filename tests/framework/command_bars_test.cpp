@@ -348,6 +348,10 @@ TEST_F(bars_of_program, what_the_program_does_not_have_is_left_out_alone)
     EXPECT_EQ(read_from(replaced(u"57634", u"40000")),
               "67c=57634 114=32785 83c=57603 118=32780 \nT: 57601 | &File M( 57603 | )\nlarge 1")
         << "such a key was never there";
+    // Popups and separators of the menu have the number 0, which is no command's.
+    EXPECT_EQ(read_from(replaced(u"[57601,", u"[0,")),
+              "114=32785 83c=57603 118=32780 \nT: | &File M( 57603 | )\nlarge 1");
+    EXPECT_EQ(read_from(replaced(u"32780", u"0")), "114=32785 83c=57603 \nT: 57601 | &File M( 57603 | )\nlarge 1");
 }
 
 TEST_F(bars_of_program, a_kept_key_takes_a_key_from_the_program)

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -76,6 +77,16 @@ TYPED_TEST(office_border, is_not_created_where_the_default_refuses)
     this->window.default_answer = -1;
     EXPECT_EQ(this->border.WindowProc({WM_CREATE}), -1);
     EXPECT_EQ(this->window.calls, std::vector<std::string>{"default 1 0"});
+}
+
+TYPED_TEST(office_border, takes_every_other_answer_of_the_default_for_consent)
+{
+    for (const std::intptr_t answer : {std::intptr_t{-2}, std::intptr_t{1}, INTPTR_MIN}) {
+        this->window.calls.clear();
+        this->window.default_answer = answer;
+        EXPECT_EQ(this->border.WindowProc({WM_CREATE}), 0);
+        EXPECT_EQ(this->window.calls.size(), 4u);
+    }
 }
 
 TYPED_TEST(office_border, takes_one_pixel_of_each_side_after_the_default)
