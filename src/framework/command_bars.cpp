@@ -194,11 +194,8 @@ tool_item read_item(const json& value)
         return tool_item::popup(read_text(*members<1>(value, {"popup"})[0]));
     const auto [name, contents] = members<2>(value, {"menu", "items"});
     tool_item menu = tool_item::menu(read_text(*name));
-    for (const json& entry : read_array(*contents, command_bars::most_items)) {
-        // A menu within a menu is damage, and must not be gone into before that is seen.
-        require(!entry.is_object());
+    for (const json& entry : read_array(*contents, command_bars::most_items))
         menu.contents.push_back(read_item(entry));
-    }
     return menu;
 }
 

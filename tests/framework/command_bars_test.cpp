@@ -249,6 +249,7 @@ TEST_F(bars_of_program, a_damaged_state_is_no_state)
         std::u16string_view by;
     } damages[]{
         {u"\"version\":1", u"\"version\":2"},
+        {u"\"version\":1", u"\"version\":0"},
         {u"\"version\":1", u"\"version\":\"1\""},
         {u"\"version\":1", u"\"version\":-1"},
         {u"\"version\":1", u"\"version\":1.0"},
@@ -282,6 +283,7 @@ TEST_F(bars_of_program, a_damaged_state_is_no_state)
         {u"[57603,null]", u"7"},
         {u"[57603,null]", u"[{\"menu\":\"N\",\"items\":[]}]"},
         {u"[57603,null]", u"[{\"popup\":\"&File\"}]"},
+        {u"[57603,null]", u"[{}]"},
         {u"\"beside\"", u"\"above\""},
         {u"\"beside\"", u"1"},
         {u"\"large_icons\":true", u"\"large_icons\":null"},
