@@ -211,6 +211,20 @@ TEST_F(bars_of_program, each_difference_alone_is_kept)
     }
 }
 
+TEST_F(bars_of_program, every_change_is_told_once)
+{
+    bars.set_default_accelerators(defaults);
+    EXPECT_EQ(changes, 1);
+    bars.assign_key(f7, report_id);
+    EXPECT_EQ(changes, 2);
+    bars.remove_key(f7);
+    EXPECT_EQ(changes, 3);
+    bars.set_options({true, tool_button_text::none, false});
+    EXPECT_EQ(changes, 4);
+    EXPECT_TRUE(bars.set_tool_bars({}));
+    EXPECT_EQ(changes, 5);
+}
+
 TEST_F(bars_of_program, a_load_takes_the_place_of_everything)
 {
     customise();
@@ -284,6 +298,9 @@ TEST_F(bars_of_program, a_damaged_state_is_no_state)
         {u"[57603,null]", u"[{\"menu\":\"N\",\"items\":[]}]"},
         {u"[57603,null]", u"[{\"popup\":\"&File\"}]"},
         {u"[57603,null]", u"[{}]"},
+        {u"[57603,null]", u"[57603,/**/null]"},
+        {u"\"menu\":\"M\"", u"\"menu\":\"01234567890123456789012345678901234567890123456789012345678901234\""},
+        {u"&File", u"01234567890123456789012345678901234567890123456789012345678901234"},
         {u"\"beside\"", u"\"above\""},
         {u"\"beside\"", u"1"},
         {u"\"large_icons\":true", u"\"large_icons\":null"},
@@ -380,6 +397,13 @@ TEST_F(bars_of_program, unsound_toolbars_are_refused)
     EXPECT_FALSE(bars.set_tool_bars({with_items({own_menu({own_menu({})})})}));
     EXPECT_FALSE(bars.set_tool_bars({with_items({own_menu({tool_item::popup(u"&File")})})}));
     EXPECT_FALSE(bars.set_tool_bars({with_items({tool_item::menu(u"")})}));
+    const std::u16string too_long(65, u'x');
+    EXPECT_FALSE(bars.set_tool_bars({with_items({tool_item::menu(too_long)})}));
+    EXPECT_FALSE(bars.set_tool_bars({with_items({tool_item::popup(too_long)})}));
+    for (tool_item holder : {tool_item::command(open_id), tool_item::popup(u"&File"), tool_item::separator()}) {
+        holder.contents = {tool_item::separator()};
+        EXPECT_FALSE(bars.set_tool_bars({with_items({holder})})) << "only menus hold anything";
+    }
     EXPECT_EQ(picture(bars), before);
     EXPECT_EQ(changes, 0);
     EXPECT_TRUE(bars.set_tool_bars({with_items(std::vector<tool_item>(64)), named}));

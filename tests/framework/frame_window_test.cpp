@@ -344,6 +344,36 @@ TEST_F(frame_window, keeps_the_command_bars_in_the_users_settings)
     EXPECT_FALSE(next.SetMenu(u"Bar", menu));
 }
 
+/// Tells how many calls the toolkit has got when the settings are read and changed.
+struct observed_settings final : platform::user_settings {
+    explicit observed_settings(const headless_toolkit& observed) : toolkit(observed) {}
+    int read_number(std::u16string_view, std::u16string_view, int default_value) override { return default_value; }
+    void write_number(std::u16string_view, std::u16string_view, int) override {}
+    std::u16string read_text(std::u16string_view, std::u16string_view, std::u16string_view default_value) override
+    {
+        note("read");
+        return std::u16string(default_value);
+    }
+    void write_text(std::u16string_view, std::u16string_view, std::u16string_view) override { note("write"); }
+    void remove(std::u16string_view, std::u16string_view) override { note("remove"); }
+    void note(const std::string& what) { events.push_back(what + " " + std::to_string(toolkit.calls().size())); }
+
+    const headless_toolkit& toolkit;
+    names events;
+};
+
+TEST_F(frame_window, the_toolkit_comes_behind_what_is_read_and_before_what_is_kept)
+{
+    observed_settings settings(toolkit);
+    platform::services set = platform::current();
+    set.user = &settings;
+    const platform::scoped_services in_use(set);
+    frame.LoadCommandBars(u"Bars");
+    frame.SaveCommandBars(u"Bars");
+    EXPECT_EQ(settings.events, (names{"read 0", "remove 2"}));
+    EXPECT_EQ(toolkit.calls().size(), 2u);
+}
+
 TEST_F(frame_window, ends_a_key_where_its_filter_throws)
 {
     frame.SetAccelerators(keys);
@@ -397,12 +427,15 @@ TEST_F(frame_window, keeps_title_status_and_focus_and_hands_them_on)
     EXPECT_EQ(toolkit.focus(), &tree);
 }
 
-TEST_F(frame_window, keeps_title_and_status_without_a_window)
+TEST_F(frame_window, keeps_title_status_and_focus_without_a_window)
 {
     frame.SetTitle(u"t");
     frame.SetStatusText(0, u"s");
     EXPECT_EQ(frame.GetTitle(), u"t");
     EXPECT_EQ(frame.GetStatusText(), u"s");
+    CTreeCtrl tree;
+    frame.SetFocus(tree);
+    EXPECT_EQ(frame.GetFocus(), &tree);
     EXPECT_TRUE(toolkit.calls().empty());
 }
 
