@@ -11,6 +11,7 @@
 #include <QDropEvent>
 #include <QMainWindow>
 #include <QMenu>
+#include <QPointer>
 #include <QTextDocument>
 #include <QToolButton>
 
@@ -90,6 +91,34 @@ std::size_t tool_bar_view::position_at(const QPoint& place) const
     return static_cast<std::size_t>(position);
 }
 
+tool_bar_views::tool_bar_views(QMainWindow& window, frame_menus& menus) : m_window(window), m_menus(menus)
+{
+    window.installEventFilter(this);
+}
+
+bool tool_bar_views::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == &m_window && event->type() == QEvent::Resize)
+        break_rows();
+    return false;
+}
+
+void tool_bar_views::break_rows()
+{
+    // In one row all of them together would keep the window from getting narrower, and each would
+    // show less and less.
+    int used = 0;
+    for (tool_bar_view* view : m_views) {
+        const int width = view->isHidden() ? 0 : view->sizeHint().width();
+        const bool begins_row = used > 0 && used + width > m_window.width();
+        if (begins_row && !m_window.toolBarBreak(view))
+            m_window.insertToolBarBreak(view);
+        else if (!begins_row && m_window.toolBarBreak(view))
+            m_window.removeToolBarBreak(view);
+        used = begins_row ? width : used + width;
+    }
+}
+
 void tool_bar_views::show(command_bars& bars)
 {
     if (bars.tool_bars() != m_shown || bars.options() != m_options) {
@@ -108,6 +137,7 @@ void tool_bar_views::show(command_bars& bars)
             m_window.addToolBar(Qt::TopToolBarArea, view);
             view->setVisible(m_shown[index].shown);
         }
+        break_rows();
     }
     refresh_states();
 }
@@ -201,21 +231,26 @@ void tool_bar_views::set_accepts_drops(bool accepts)
 
 void run_bars_menu(command_bars& bars, const QPoint& place, QWidget& parent, const std::function<void()>& customize)
 {
-    QMenu menu(&parent);
-    menu.setAccessibleName(QStringLiteral("Toolbars"));
+    // The window that owns it may be closed from outside while it is open.
+    const QPointer<QMenu> menu = new QMenu(&parent);
+    menu->setAccessibleName(QStringLiteral("Toolbars"));
     for (const tool_bar& bar : bars.tool_bars()) {
-        QAction* action = menu.addAction(without_mnemonic(to_qt(bar.name)));
+        QAction* action = menu->addAction(without_mnemonic(to_qt(bar.name)));
         action->setCheckable(true);
         action->setChecked(bar.shown);
     }
-    const qsizetype bar_count = menu.actions().size();
+    const qsizetype bar_count = menu->actions().size();
     if (bar_count > 0)
-        menu.addSeparator();
-    const QAction* customize_action = menu.addAction(QStringLiteral("&Customize..."));
-    const QAction* chosen = menu.exec(place);
-    if (chosen == customize_action)
+        menu->addSeparator();
+    const QAction* customize_action = menu->addAction(QStringLiteral("&Customize..."));
+    const QAction* chosen = menu->exec(place);
+    if (!menu)
+        return;
+    const bool customize_chosen = chosen == customize_action;
+    const qsizetype index = chosen ? menu->actions().indexOf(chosen) : -1;
+    delete menu;
+    if (customize_chosen)
         return customize();
-    const qsizetype index = chosen ? menu.actions().indexOf(chosen) : -1;
     if (index < 0 || index >= bar_count)
         return;
     std::vector<tool_bar> changed = bars.tool_bars();

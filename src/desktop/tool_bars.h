@@ -35,11 +35,11 @@ private:
     drop_sink m_dropped;
 };
 
-class tool_bar_views {
+class tool_bar_views final : public QObject {
 public:
     /// `menus` makes the actions and fills the menus. Window and menus are borrowed and must outlive
     /// the views.
-    tool_bar_views(QMainWindow& window, frame_menus& menus) : m_window(window), m_menus(menus) {}
+    tool_bar_views(QMainWindow& window, frame_menus& menus);
 
     /// Replaces what the window shows; a toolbar that was not changed stays as it is. `bars` is kept
     /// and must outlive the views.
@@ -51,7 +51,11 @@ public:
 
     [[nodiscard]] const std::vector<tool_bar_view*>& views() const noexcept { return m_views; }
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    /// Begins another row where the window is too narrow for the next toolbar.
+    void break_rows();
     [[nodiscard]] tool_bar_view* make_view(command_bars& bars, std::size_t index);
     void add_item(tool_bar_view& view, const command_bars& bars, const tool_item& item);
     QMenu& add_menu(tool_bar_view& view, const QString& name, std::span<const menu_item> table);

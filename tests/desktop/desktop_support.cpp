@@ -95,8 +95,10 @@ void when_modal(std::function<void(QWidget& dialog)> answer)
             dialog = QApplication::activeModalWidget();
         if (!dialog)
             return when_modal(answer);
+        const QPointer<QWidget> shown(dialog);
         answer(*dialog);
-        dialog->close();
+        if (shown)
+            shown->close();
     });
 }
 

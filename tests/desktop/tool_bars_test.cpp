@@ -211,6 +211,47 @@ TEST_F(ToolBars, ThingsAreDraggedOntoThem)
     bars.set_changed_sink(nullptr);
 }
 
+TEST_F(ToolBars, WhatDoesNotFitInARowBeginsAnother)
+{
+    std::vector<tool_bar> made;
+    for (const char16_t* name : {u"A", u"B", u"C", u"D"})
+        made.push_back({name, true, {tool_item::popup(u"&Recent Files"), tool_item::popup(u"&View")}});
+    made[1].shown = false;
+    ASSERT_TRUE(bars.set_tool_bars(made));
+    views.show(bars);
+    pump();
+    const auto rows = [this] {
+        std::vector<bool> begins;
+        for (tool_bar_view* view : views.views())
+            begins.push_back(window.toolBarBreak(view));
+        return begins;
+    };
+    EXPECT_EQ(rows(), std::vector<bool>(4));
+    const int width = views.views().front()->sizeHint().width();
+    window.resize(2 * width + 1, 300);
+    pump();
+    EXPECT_EQ(rows(), (std::vector{false, false, false, true})) << "what is hidden takes no room";
+    // As narrow as a row lets it be, and only then narrower, as under a person's hand.
+    const auto narrow = [&] {
+        for (int step = 0; step < 3; ++step) {
+            window.resize(width + 1, 300);
+            pump();
+        }
+    };
+    narrow();
+    EXPECT_EQ(rows(), (std::vector{false, false, true, true}));
+    EXPECT_LE(window.width(), width + 1) << "toolbars do not hold the window open";
+    EXPECT_LT(views.views()[2]->y(), views.views()[3]->y());
+    window.resize(800, 300);
+    pump();
+    EXPECT_EQ(rows(), std::vector<bool>(4));
+    narrow();
+    made.pop_back();
+    ASSERT_TRUE(bars.set_tool_bars(made));
+    views.show(bars);
+    EXPECT_EQ(rows(), (std::vector{false, false, true})) << "new ones are put in rows at once";
+}
+
 TEST_F(ToolBars, TheMenuTellsWhichAreShown)
 {
     ASSERT_TRUE(bars.set_tool_bars({{u"A & B", true, {}}, {u"C", false, {}}}));
@@ -241,6 +282,18 @@ TEST_F(ToolBars, TheMenuTellsWhichAreShown)
     ASSERT_TRUE(bars.set_tool_bars({}));
     EXPECT_EQ(run(0), QStringList{"&Customize..."});
     EXPECT_EQ(customised, 2);
+    EXPECT_TRUE(window.findChildren<QMenu*>().empty()) << "none is left behind";
+}
+
+TEST_F(ToolBars, TheMenuEndsWithItsWindow)
+{
+    auto closing = std::make_unique<QWidget>();
+    closing->show();
+    int customised = 0;
+    when_modal([&](QWidget&) { closing.reset(); });
+    run_bars_menu(bars, QPoint(10, 10), *closing, [&] { ++customised; });
+    EXPECT_EQ(closing, nullptr);
+    EXPECT_EQ(customised, 0);
 }
 
 } // namespace
