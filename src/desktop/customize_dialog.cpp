@@ -4,10 +4,12 @@
 #include "desktop/customize_keyboard_page.h"
 #include "desktop/customize_options_page.h"
 #include "desktop/qt_text.h"
+#include "desktop/tool_drag.h"
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDialogButtonBox>
+#include <QDropEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QTabWidget>
@@ -38,6 +40,14 @@ bool input_guard::eventFilter(QObject* watched, QEvent* event)
         m_dialog.activateWindow();
         return true;
     case QEvent::Close:
+        event->ignore();
+        return true;
+    case QEvent::DragEnter:
+    case QEvent::DragMove:
+    case QEvent::Drop:
+        // Toolbars take what the dialog hands out; files have to wait.
+        if (dragged_item(*static_cast<QDropEvent*>(event)->mimeData()))
+            return false;
         event->ignore();
         return true;
     case QEvent::MouseButtonRelease:

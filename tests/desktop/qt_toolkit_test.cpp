@@ -2,16 +2,20 @@
 
 #include "app/menus.h"
 #include "desktop/qt_text.h"
+#include "desktop/tool_drag.h"
 #include "tests/desktop/desktop_support.h"
 
 #include <QAction>
 #include <QContextMenuEvent>
+#include <QDragEnterEvent>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMimeData>
 #include <QPushButton>
 #include <QTest>
 #include <QToolBar>
+#include <QWindow>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -227,14 +231,22 @@ TEST(QtToolkit, CustomizesFromTheMenuOfTheBars)
     program_window shown;
     ASSERT_TRUE(shown.start());
     bool window_was_blocked = false;
+    const std::unique_ptr<QMimeData> drag = drag_of(tool_item::separator());
+    shown.window().accept_files([](const std::u16string&) {});
     when_modal([&](QWidget& popup) {
         when_shown(QStringLiteral("Customize"), [&](QWidget& dialog) {
             press(shown.window(), Qt::Key_O, Qt::ControlModifier);
             window_was_blocked = shown.person.take_questions().empty();
+            EXPECT_FALSE(drop(shown.window(), QPoint(50, 50), {"/work/tour.clg"}));
             button_of(dialog, QStringLiteral("Add \u2192"))->click();
             auto* bar = shown.window().findChild<QToolBar*>();
             ASSERT_NE(bar, nullptr) << "it is there at once";
             EXPECT_TRUE(bar->acceptDrops());
+            const QPoint on_bar = bar->mapTo(&shown.window(), bar->rect().center());
+            EXPECT_FALSE(drop(shown.window(), on_bar, {"/work/tour.clg"}));
+            QDragEnterEvent own(on_bar, Qt::CopyAction, drag.get(), Qt::LeftButton, Qt::NoModifier);
+            QCoreApplication::sendEvent(shown.window().windowHandle(), &own);
+            EXPECT_TRUE(own.isAccepted()) << "toolbars take what the dialog hands out";
         });
         auto& menu = dynamic_cast<QMenu&>(popup);
         menu.setActiveAction(menu.actions().back());
@@ -251,6 +263,8 @@ TEST(QtToolkit, CustomizesFromTheMenuOfTheBars)
     EXPECT_FALSE(shown.window().findChild<QToolBar*>()->acceptDrops());
     press(shown.window(), Qt::Key_O, Qt::ControlModifier);
     EXPECT_EQ(shown.person.take_questions().size(), 1u) << "the window is a person's again";
+    EXPECT_TRUE(drop(shown.window(), QPoint(50, 50), {"/work/tour.clg"}));
+    pump();
 }
 
 TEST(QtToolkit, HasNoSheetWithoutAFrame)
