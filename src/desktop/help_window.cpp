@@ -1,5 +1,6 @@
 #include "desktop/help_window.h"
 
+#include "desktop/fixed_tool_bar.h"
 #include "desktop/icons.h"
 
 #include <QAction>
@@ -184,8 +185,8 @@ void help_view::changeEvent(QEvent* event)
 }
 
 help_window::help_window(QWidget* parent)
-    : QMainWindow(parent), m_tools(new QToolBar(this)), m_contents(new QListWidget), m_view(new help_view),
-      m_findBar(new QWidget), m_findField(new QLineEdit), m_findResult(new QLabel)
+    : QMainWindow(parent), m_tools(new fixed_tool_bar(QStringLiteral("Help tools"), this)), m_contents(new QListWidget),
+      m_view(new help_view), m_findBar(new QWidget), m_findField(new QLineEdit), m_findResult(new QLabel)
 {
     setWindowIcon(application_icon());
     setWindowTitle(QStringLiteral("Cratewright Help"));
@@ -220,9 +221,6 @@ help_window::help_window(QWidget* parent)
 
 void help_window::make_tools()
 {
-    m_tools->setWindowTitle(QStringLiteral("Help tools"));
-    m_tools->setAccessibleName(QStringLiteral("Help tools"));
-    m_tools->setMovable(false);
     m_tools->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     const int icon_size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
     m_tools->setIconSize(QSize(icon_size, icon_size));

@@ -53,12 +53,8 @@ QString without_mnemonic(QString text)
 } // namespace
 
 tool_bar_view::tool_bar_view(const QString& name, drop_sink dropped, QWidget* parent)
-    : QToolBar(name, parent), m_dropped(std::move(dropped))
+    : fixed_tool_bar(name, parent), m_dropped(std::move(dropped))
 {
-    setAccessibleName(name);
-    // Where toolbars stand is not kept, so they stay where they are.
-    setMovable(false);
-    setFloatable(false);
 }
 
 void tool_bar_view::dragEnterEvent(QDragEnterEvent* event)

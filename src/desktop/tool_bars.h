@@ -1,10 +1,9 @@
 // The toolbars of the window as the person has put them together. Used by the toolkit.
 #pragma once
 
+#include "desktop/fixed_tool_bar.h"
 #include "desktop/frame_menus.h"
 #include "framework/command_bars.h"
-
-#include <QToolBar>
 
 #include <cstddef>
 #include <functional>
@@ -18,7 +17,7 @@ class QPoint;
 namespace cw {
 
 /// One toolbar in the window. While it accepts drops, new things can be dragged onto it.
-class tool_bar_view final : public QToolBar {
+class tool_bar_view final : public fixed_tool_bar {
 public:
     using drop_sink = std::function<void(std::size_t position, const tool_item& item)>;
 
