@@ -21,6 +21,7 @@ namespace {
 
 constexpr int width_in_characters = 128;
 constexpr int height_in_lines = 34;
+constexpr int share_of_screen_in_percent = 90;
 
 } // namespace
 
@@ -73,15 +74,19 @@ customize_dialog::customize_dialog(command_bars& bars, QWidget* parent)
     m_tabs->setAccessibleName(windowTitle());
     m_tabs->addTab(m_commandsPage, QStringLiteral("Commands"));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+    QPushButton* close = buttons->button(QDialogButtonBox::Close);
     // Return is for the lists and fields.
-    buttons->button(QDialogButtonBox::Close)->setAutoDefault(false);
+    close->setAutoDefault(false);
+    // Black in styles that have one, whatever the palette.
+    close->setIcon({});
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_tabs, 1);
     layout->addWidget(buttons);
     const QSize comfortable(fontMetrics().averageCharWidth() * width_in_characters,
                             fontMetrics().lineSpacing() * height_in_lines);
-    resize(sizeHint().expandedTo(comfortable).boundedTo(screen()->availableGeometry().size()));
+    const QSize largest = screen()->availableGeometry().size() * share_of_screen_in_percent / 100;
+    resize(sizeHint().expandedTo(comfortable).boundedTo(largest));
 }
 
 customize_keyboard_page&
