@@ -151,6 +151,9 @@ TEST_F(recent_file_list, shows_the_path_or_the_name_alone)
     EXPECT_EQ(name, u"C:\\work\\a.hdr");
     EXPECT_TRUE(list.GetDisplayName(name, 2, u"c:\\WORK", 7, true));
     EXPECT_EQ(name, u"a.hdr");
+    name = u"before";
+    EXPECT_TRUE(list.GetDisplayName(name, 2, u"C:\\work\\", 8, true));
+    EXPECT_EQ(name, u"a.hdr");
     EXPECT_TRUE(list.GetDisplayName(name, 1, u"/work/", 6, true));
     EXPECT_EQ(name, u"b.hdr");
     EXPECT_TRUE(list.GetDisplayName(name, 0, u"/", 1, true));
