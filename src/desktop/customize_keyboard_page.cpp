@@ -30,7 +30,8 @@ bool leads_out(const QKeyEvent& event)
 
 bool is_return(const QKeyEvent& event)
 {
-    return event.modifiers() == Qt::NoModifier && (event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter);
+    const bool held = (event.modifiers() & ~Qt::KeypadModifier) != 0;
+    return !held && (event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter);
 }
 
 QString text_of(const key_message& key)

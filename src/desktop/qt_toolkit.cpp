@@ -121,7 +121,7 @@ void qt_toolkit::destroy_window()
 void qt_toolkit::set_title(std::u16string_view title)
 {
     if (m_window)
-        m_window->setWindowTitle(to_qt(title));
+        m_window->setWindowTitle(one_line_of(to_qt(title)));
 }
 
 void qt_toolkit::show_window(int show_command)
@@ -224,7 +224,7 @@ void qt_toolkit::add_status_indicator(std::uint32_t, int)
 void qt_toolkit::set_status_text(int pane, std::u16string_view text)
 {
     if (m_window)
-        m_window->set_status_text(pane, to_qt(text));
+        m_window->set_status_text(pane, one_line_of(to_qt(text)));
 }
 
 bool qt_toolkit::init_command_bars()

@@ -90,7 +90,7 @@ TEST_F(CustomizeKeyboardPage, AssignsAKeyAndTakesItFromItsCommand)
 
     press(Qt::Key_S, Qt::ControlModifier);
     EXPECT_EQ(note(), "Currently assigned to: Save");
-    press(Qt::Key_Return);
+    press(Qt::Key_Enter, Qt::KeypadModifier);
     EXPECT_EQ(bars.command_of({'S', true}), ID_TOOLS_REPORT);
     EXPECT_EQ(keys(), (QStringList{"Ctrl+Shift+R", "Ctrl+S"})) << "in the order in which they were given";
     choose(0, 1);

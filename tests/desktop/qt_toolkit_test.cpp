@@ -41,6 +41,15 @@ TEST(QtToolkit, MakesTheWindowAsTheFrameAsks)
     EXPECT_EQ(window.status_text(0), QString());
 }
 
+TEST(QtToolkit, TitleAndStatusAreOneLine)
+{
+    recording_window shown;
+    shown.toolkit.set_title(u"/work/a\nb\tc.clg");
+    shown.toolkit.set_status_text(0, u"Opened media: a\nb.hdr");
+    EXPECT_EQ(shown.window().windowTitle(), "/work/a b c.clg");
+    EXPECT_EQ(shown.window().status_text(0), "Opened media: a b.hdr");
+}
+
 TEST(QtToolkit, PanesHaveAccessibleNames)
 {
     recording_window shown;
