@@ -477,6 +477,12 @@ TEST(tool_items, have_no_places_elsewhere)
     EXPECT_EQ(item_at(items, {0, 0}), nullptr);
     EXPECT_EQ(item_at(items, {1, 1}), nullptr);
     EXPECT_EQ(items, before);
+
+    // Only menus that a person has put together have places within them.
+    std::vector<tool_item> closed{tool_item::popup(u"P"), tool_item::separator()};
+    for (std::size_t index = 0; index < closed.size(); ++index)
+        EXPECT_FALSE(insert_item(closed, {index, 0}, tool_item::command(1)));
+    EXPECT_TRUE(closed[0].contents.empty() && closed[1].contents.empty());
 }
 
 } // namespace
