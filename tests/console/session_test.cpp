@@ -279,13 +279,36 @@ TEST_F(session_lines, keys_go_through_filter_and_accelerators)
     EXPECT_NE(refused("key O").find("no number"), std::string::npos);
 
     // A key that stands in both runs its command twice.
-    int ran = 0;
-    viewer.frame().SetNextTarget([&](std::uint32_t id, command_ui* ui) {
-        ran += id == 32785 && !ui;
-        return true;
-    });
+    expect_ok("key 83 ctrl");
+    EXPECT_EQ(ask("state")["questions"].size(), 2u);
+}
+
+TEST_F(session_lines, searches_a_log)
+{
+    libraries.add_fixture_logs();
+    const std::string file =
+        write(R"({"root": {"Name": "Main", "properties": [["A", "word"], ["B", "x"], ["C", "WORD"]],
+                                               "features": [{"Name": "Words"}]}})",
+              "a.clg");
+    ask("open " + file);
+    EXPECT_EQ(ask("command 32785"), json({{"ok", false}, {"error", "disabled"}}));
+    expect_ok("answer find Word");
+    expect_ok("command 32784");
+    json state = ask("state");
+    EXPECT_EQ(state["selection"], "0/0");
+    EXPECT_EQ(state["row"], 0);
+    EXPECT_EQ(state["focus"], "list");
+    EXPECT_EQ(state["questions"], json::array({{{"kind", "find"}, {"name", ""}, {"filter", ""}}}));
+    // Filter and accelerator both take the key.
     expect_ok("key 0x72");
-    EXPECT_EQ(ran, 2);
+    state = ask("state");
+    EXPECT_EQ(state["selection"], "0/0/0");
+    EXPECT_EQ(state["row"], nullptr);
+    EXPECT_EQ(state["focus"], "tree");
+    EXPECT_EQ(state["messages"], json::array());
+    expect_ok("command 32785");
+    state = ask("state");
+    EXPECT_EQ(state["messages"], json::array({{{"text", "Search item not found"}, {"icon", "none"}}}));
 }
 
 TEST_F(session_lines, answers_wait_for_questions_of_their_kind)
