@@ -121,7 +121,6 @@ void tool_bar_views::show(command_bars& bars)
         for (tool_bar_view* view : m_views) {
             m_window.removeToolBar(view);
             // One of them may be what is calling.
-            view->hide();
             view->deleteLater();
         }
         m_views.clear();

@@ -6,6 +6,7 @@
 #include <QHelpEvent>
 #include <QImage>
 #include <QPainter>
+#include <QScrollBar>
 #include <QScreen>
 #include <QStandardItemModel>
 #include <QTableView>
@@ -57,6 +58,15 @@ TEST_F(CellDelegate, TipsOnlyWhatIsCut)
 {
     EXPECT_EQ(tip_over(0), QString());
     EXPECT_TRUE(tip_over(1).contains("a text that is longer"));
+}
+
+TEST_F(CellDelegate, TipsWhatTheEdgeOfThePaneCuts)
+{
+    view.setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    view.resize(150, 200);
+    EXPECT_EQ(tip_over(0), QString()) << "the cell reaches out of the pane, but not its text";
+    view.horizontalScrollBar()->setValue(20);
+    EXPECT_TRUE(tip_over(0).contains("short"));
 }
 
 TEST_F(CellDelegate, TipsShowTextsThatLookLikeMarkupAsTheyAre)

@@ -200,6 +200,13 @@ TEST_F(CustomizeCommandsPage, ToolbarsAreMadeNamedHiddenAndDeleted)
     EXPECT_EQ(bar_box().currentText(), "Two");
     add(file, 0);
     EXPECT_EQ(picture(), "One:\nTwo: Open");
+    when_modal([](QWidget& shown) {
+        EXPECT_TRUE(button_of(shown, QStringLiteral("OK"))->isEnabled()) << "its own name is not taken";
+        shown.findChild<QLineEdit*>()->setText(QStringLiteral("One"));
+        EXPECT_FALSE(button_of(shown, QStringLiteral("OK"))->isEnabled());
+    });
+    click("Rename...");
+    EXPECT_EQ(picture(), "One:\nTwo: Open");
     answer_name("Too");
     click("Rename...");
     EXPECT_EQ(picture(), "One:\nToo: Open");
@@ -211,7 +218,9 @@ TEST_F(CustomizeCommandsPage, ToolbarsAreMadeNamedHiddenAndDeleted)
     click("Delete");
     EXPECT_EQ(picture(), "Too hidden: Open") << "nothing is lost with an empty one, so nobody is asked";
     EXPECT_FALSE(page.findChild<QCheckBox*>()->isChecked());
-    answer_question(QMessageBox::No);
+    when_modal([](QWidget& box) {
+        EXPECT_EQ(dynamic_cast<QMessageBox&>(box).textFormat(), Qt::PlainText) << "a name is no markup";
+    });
     click("Delete");
     EXPECT_EQ(picture(), "Too hidden: Open");
     answer_question(QMessageBox::Yes);

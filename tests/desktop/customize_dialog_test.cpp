@@ -6,6 +6,7 @@
 #include "tests/desktop/desktop_support.h"
 
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
@@ -13,6 +14,7 @@
 #include <QTabWidget>
 #include <QTest>
 #include <QTreeWidget>
+#include <QWheelEvent>
 #include <QWindow>
 #include <gtest/gtest.h>
 
@@ -136,6 +138,8 @@ TEST_F(CustomizeDialog, TheWindowGetsNoInputMeanwhile)
             ++count;
             event->ignore();
         }
+        void contextMenuEvent(QContextMenuEvent*) override { ++count; }
+        void wheelEvent(QWheelEvent*) override { ++count; }
         int count = 0;
     } window;
     window.resize(200, 200);
@@ -147,19 +151,29 @@ TEST_F(CustomizeDialog, TheWindowGetsNoInputMeanwhile)
     const auto try_everything = [&] {
         QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, QPoint(50, 50));
         QTest::keyClick(window.windowHandle(), Qt::Key_A);
+        const QPoint global = window.mapToGlobal(QPoint(50, 50));
+        QContextMenuEvent menu(QContextMenuEvent::Keyboard, QPoint(50, 50), global);
+        QCoreApplication::sendEvent(window.windowHandle(), &menu);
+        QWheelEvent wheel(QPoint(50, 50), global, QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(window.windowHandle(), &wheel);
         QCloseEvent close;
         QCoreApplication::sendEvent(window.windowHandle(), &close);
         pump();
         return std::exchange(window.count, 0);
     };
-    EXPECT_EQ(try_everything(), 3);
+    EXPECT_EQ(try_everything(), 5);
+    window.activateWindow();
+    pump();
+    EXPECT_FALSE(dialog.isActiveWindow());
     {
         const input_guard guard(window, dialog);
         EXPECT_EQ(try_everything(), 0);
         EXPECT_TRUE(window.isVisible());
+        EXPECT_TRUE(dialog.isActiveWindow()) << "a click on the window brings the dialog to the front";
         QTest::keyClick(dialog.windowHandle(), Qt::Key_A); // goes where it should
     }
-    EXPECT_EQ(try_everything(), 3);
+    EXPECT_EQ(try_everything(), 5);
 }
 
 } // namespace

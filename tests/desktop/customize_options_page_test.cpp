@@ -5,6 +5,7 @@
 
 #include <QAbstractButton>
 #include <QMessageBox>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace cw {
@@ -68,6 +69,9 @@ TEST_F(CustomizeOptionsPage, EverythingIsResetByYesAlone)
     };
     answer(QMessageBox::No);
     EXPECT_TRUE(bars.options().large_icons);
+    when_modal([](QWidget& box) { QTest::keyClick(&box, Qt::Key_Return); });
+    button("Reset Everything...").click();
+    EXPECT_TRUE(bars.options().large_icons) << "a hasty Return loses nothing";
     answer(QMessageBox::Yes);
     EXPECT_EQ(bars.options(), bar_options{});
     EXPECT_TRUE(bars.tool_bars().empty());

@@ -68,6 +68,21 @@ TEST_F(MainWindow, KeysOfADialogAreNotSeen)
     EXPECT_TRUE(keys.empty());
 }
 
+TEST_F(MainWindow, KeysOfAnOpenMenuAreNotSeen)
+{
+    window.show();
+    window.activateWindow();
+    QMenu menu(&window);
+    menu.addAction(QStringLiteral("Do"));
+    menu.popup(window.mapToGlobal(QPoint(10, 10)));
+    pump();
+    press(window, Qt::Key_F3);
+    EXPECT_TRUE(keys.empty());
+    menu.close();
+    press(window, Qt::Key_F3);
+    EXPECT_EQ(keys, std::vector<std::uint32_t>{0x72});
+}
+
 TEST_F(MainWindow, AsksForTheMenuOfItsBars)
 {
     auto* field = new QWidget;

@@ -22,7 +22,7 @@ TEST(ShortcutNotes, ThereIsNothingToTellOfMostKeys)
 {
     for (const key_message& key :
          {f7, key_message{'R', true}, key_message{'R', true, true}, key_message{'3', false, false, true},
-          key_message{0x2D}, key_message{0x60, true}, key_message{0x28, false, false, true}}) {
+          key_message{0x2D}, key_message{0x60, true}, key_message{0x28, false, false, true}, key_message{0x79}}) {
         EXPECT_TRUE(note_on(key).assignable);
         EXPECT_EQ(note_on(key).text, QString()) << key.virtual_key;
     }
