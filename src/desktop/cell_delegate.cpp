@@ -97,8 +97,9 @@ bool cell_delegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const 
     initStyleOption(&cell, index);
     const QRect room = view->style()->subElementRect(QStyle::SE_ItemViewItemText, &cell, view);
     const int margins = 2 * (view->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, &cell, view) + 1);
-    const bool cut = cell.fontMetrics.horizontalAdvance(cell.text) > room.width() - margins ||
-                     !view->viewport()->rect().contains(room);
+    const QSize needed(cell.fontMetrics.horizontalAdvance(cell.text) + margins, room.height());
+    const QRect text = QStyle::alignedRect(cell.direction, Qt::AlignLeft | Qt::AlignVCenter, needed, room);
+    const bool cut = needed.width() > room.width() || !view->viewport()->rect().contains(text);
     if (!m_showTips || !index.isValid() || cell.text.isEmpty() || !cut) {
         QToolTip::hideText();
         return true;

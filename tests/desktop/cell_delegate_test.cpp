@@ -6,8 +6,8 @@
 #include <QHelpEvent>
 #include <QImage>
 #include <QPainter>
-#include <QScrollBar>
 #include <QScreen>
+#include <QScrollBar>
 #include <QStandardItemModel>
 #include <QTableView>
 #include <QToolTip>
