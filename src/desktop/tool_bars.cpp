@@ -104,8 +104,9 @@ void tool_bar_views::break_rows()
     // In one row all of them together would keep the window from getting narrower, and each would
     // show less and less.
     int used = 0;
-    for (tool_bar_view* view : m_views) {
-        const int width = view->isHidden() ? 0 : view->sizeHint().width();
+    for (std::size_t index = 0; index < m_views.size(); ++index) {
+        tool_bar_view* view = m_views[index];
+        const int width = m_shown[index].shown ? view->sizeHint().width() : 0;
         const bool begins_row = used > 0 && used + width > m_window.width();
         if (begins_row && !m_window.toolBarBreak(view))
             m_window.insertToolBarBreak(view);
@@ -130,9 +131,11 @@ void tool_bar_views::show(command_bars& bars)
             tool_bar_view* view = make_view(bars, index);
             m_views.push_back(view);
             m_window.addToolBar(Qt::TopToolBarArea, view);
-            view->setVisible(m_shown[index].shown);
         }
+        // Shown in one row first they would widen the window, which then stays wide.
         break_rows();
+        for (std::size_t index = 0; index < m_shown.size(); ++index)
+            m_views[index]->setVisible(m_shown[index].shown);
     }
     refresh_states();
 }

@@ -196,8 +196,8 @@ TEST_F(ToolBars, ThingsAreDraggedOntoThem)
     const auto drag = [this](int x, const QMimeData& data) {
         return drop(view(), QPoint(x, view().height() / 2), data);
     };
-    const auto between = view().actionGeometry(&action(1)).left();
-    EXPECT_TRUE(drag(between, *drag_of(tool_item::command(ID_TOOLS_REPORT))));
+    const auto before_the_middle = view().actionGeometry(&action(1)).center().x() - 2;
+    EXPECT_TRUE(drag(before_the_middle, *drag_of(tool_item::command(ID_TOOLS_REPORT))));
     EXPECT_EQ(ids(), (std::vector{ID_FILE_OPEN, ID_TOOLS_REPORT, ID_FILE_SAVE}));
     EXPECT_TRUE(view().acceptDrops()) << "the new one too";
     EXPECT_TRUE(drag(0, *drag_of(tool_item::command(ID_APP_EXIT))));
@@ -246,6 +246,17 @@ TEST_F(ToolBars, WhatDoesNotFitInARowBeginsAnother)
     pump();
     EXPECT_EQ(rows(), std::vector<bool>(4));
     narrow();
+    made[1].shown = true;
+    ASSERT_TRUE(bars.set_tool_bars(made));
+    views.show(bars);
+    pump();
+    EXPECT_EQ(rows(), (std::vector{false, true, true, true}));
+    EXPECT_EQ(window.width(), width + 1) << "new ones do not widen the window";
+    window.resize(2 * width + 1, 300);
+    pump();
+    EXPECT_EQ(rows(), (std::vector{false, false, true, false})) << "each row begins anew";
+    narrow();
+    made[1].shown = false;
     made.pop_back();
     ASSERT_TRUE(bars.set_tool_bars(made));
     views.show(bars);
