@@ -176,6 +176,11 @@ TEST_F(CustomizeCommandsPage, AMenuOfOnesOwnIsFilledAndNamed)
     EXPECT_EQ(contents().chosen(), (tool_place{0, 2}));
     click("Move Up");
     EXPECT_EQ(picture(), "Toolbar 1: New Menu(Open Separator Save)");
+    click("Move Up");
+    EXPECT_FALSE(button("Move Up").isEnabled()) << "it does not leave its menu";
+    click("Move Down");
+    EXPECT_EQ(picture(), "Toolbar 1: New Menu(Open Separator Save)");
+    EXPECT_EQ(contents().chosen(), (tool_place{0, 1}));
     EXPECT_FALSE(button("Menu Name...").isEnabled());
     // A whole popup stands beside it: one level is all.
     add(built_in, 1);
@@ -211,8 +216,10 @@ TEST_F(CustomizeCommandsPage, ToolbarsAreMadeNamedHiddenAndDeleted)
     click("Rename...");
     EXPECT_EQ(picture(), "One:\nToo: Open");
     EXPECT_EQ(bar_box().currentText(), "Too");
+    contents().choose({0, {}});
     page.findChild<QCheckBox*>()->click();
     EXPECT_EQ(picture(), "One:\nToo hidden: Open");
+    EXPECT_EQ(contents().chosen(), (tool_place{0, {}})) << "what is chosen stays so";
     bar_box().setCurrentIndex(0);
     EXPECT_TRUE(page.findChild<QCheckBox*>()->isChecked());
     click("Delete");

@@ -155,6 +155,7 @@ TEST_F(CustomizeKeyboardPage, RemovesTheChosenKey)
     button("Remove").click();
     EXPECT_EQ(keys(), QStringList{"F3 (always)"});
     EXPECT_FALSE(button("Remove").isEnabled());
+    EXPECT_EQ(page.focusWidget(), &list("Current keys")) << "the focus stays near";
 }
 
 TEST_F(CustomizeKeyboardPage, ResetsAllKeysByYesAlone)

@@ -213,6 +213,18 @@ TEST_F(DropOnWindow, IsTakenOverEveryPartOfIt)
     EXPECT_EQ(opened, expected);
 }
 
+TEST_F(DropOnWindow, BringsTheWindowToTheFront)
+{
+    QWidget source;
+    source.show();
+    source.activateWindow();
+    pump();
+    ASSERT_FALSE(shown.window().isActiveWindow());
+    EXPECT_TRUE(drop(shown.window(), {9, 9}, {folder.file("a.hdr")}));
+    pump();
+    EXPECT_TRUE(shown.window().isActiveWindow());
+}
+
 TEST_F(DropOnWindow, OfSeveralFilesIsTheFirst)
 {
     EXPECT_TRUE(drop(shown.window(), {9, 9}, {folder.file("a.hdr"), folder.file("b.cab"), folder.file("c.clg")}));
