@@ -321,6 +321,7 @@ struct command_bars::kept_state {
 
 void command_bars::changed()
 {
+    m_touched = true;
     if (m_changed)
         m_changed();
 }
@@ -330,6 +331,7 @@ void command_bars::set_default_accelerators(std::span<const accelerator> table)
     m_defaults = table;
     m_accelerators.assign(table.begin(), table.end());
     changed();
+    m_touched = false;
 }
 
 const menu_item* command_bars::find_popup(std::u16string_view text_of_popup) const noexcept
@@ -449,10 +451,14 @@ void command_bars::load(platform::user_settings& settings, std::u16string_view n
         leave_out_unknown(bar.items);
     m_options = state.look;
     changed();
+    m_touched = false;
 }
 
 void command_bars::save(platform::user_settings& settings, std::u16string_view name) const
 {
+    // Another window may have kept something since.
+    if (!m_touched)
+        return;
     const std::vector<accelerator> removed = entries_beside(m_defaults, m_accelerators);
     const std::vector<accelerator> own = entries_beside(m_accelerators, m_defaults);
     if (removed.empty() && own.empty() && m_toolBars.empty() && m_options == bar_options{})

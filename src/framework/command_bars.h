@@ -119,7 +119,8 @@ public:
     /// is damaged in any way, everything is as the program brings it. Commands and popups that the
     /// program does not have (any more) are left out.
     void load(platform::user_settings& settings, std::u16string_view name);
-    /// Writes what differs from the program's own; no entry stays where nothing does.
+    /// Writes what differs from the program's own, where anything was changed since `load`; no entry stays
+    /// where nothing differs. Untouched, the settings stay as they are.
     void save(platform::user_settings& settings, std::u16string_view name) const;
 
 private:
@@ -138,6 +139,7 @@ private:
     std::vector<accelerator> m_accelerators;
     std::vector<tool_bar> m_toolBars;
     bar_options m_options;
+    bool m_touched = false; // since `load`
 };
 
 /// The key of an accelerator.

@@ -81,8 +81,18 @@ TEST(customize_command, a_damaged_state_starts_with_the_programs_own)
     EXPECT_EQ(program.frame().CommandBars().accelerators().size(), main_accelerators().size());
     EXPECT_TRUE(program.frame().CommandBars().tool_bars().empty());
     EXPECT_TRUE(program.take_unhandled().empty());
+    program.frame().CommandBars().reset();
     program.frame().Close();
     EXPECT_EQ(program.settings.read_text(u"CommandBars", u"State", u"none"), u"none");
+}
+
+TEST(customize_command, a_state_that_was_not_touched_stays)
+{
+    frame_harness program;
+    program.start();
+    program.settings.write_text(u"CommandBars", u"State", u"of another window");
+    program.frame().Close();
+    EXPECT_EQ(program.settings.read_text(u"CommandBars", u"State", u"none"), u"of another window");
 }
 
 TEST(customize_command, keys_of_the_message_filter_stay_what_they_are)

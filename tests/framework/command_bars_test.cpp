@@ -185,8 +185,18 @@ TEST_F(bars_of_program, nothing_is_kept_of_what_nobody_changed)
 {
     bars.save(settings, name);
     EXPECT_EQ(kept(), u"none");
-    // Also what was kept before goes.
-    settings.write_text(name, entry, u"old");
+    // What another window has kept meanwhile stays, and so does what this program cannot read.
+    settings.write_text(name, entry, u"of another");
+    bars.save(settings, name);
+    EXPECT_EQ(kept(), u"of another");
+    bars.load(settings, name);
+    bars.save(settings, name);
+    EXPECT_EQ(kept(), u"of another");
+    bars.set_default_accelerators({});
+    bars.save(settings, name);
+    EXPECT_EQ(kept(), u"of another");
+    // A change that leads back to the beginning is one.
+    bars.reset();
     bars.save(settings, name);
     EXPECT_EQ(kept(), u"none");
 }

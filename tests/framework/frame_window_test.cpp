@@ -369,6 +369,7 @@ TEST_F(frame_window, the_toolkit_comes_behind_what_is_read_and_before_what_is_ke
     set.user = &settings;
     const platform::scoped_services in_use(set);
     frame.LoadCommandBars(u"Bars");
+    frame.CommandBars().reset();
     frame.SaveCommandBars(u"Bars");
     EXPECT_EQ(settings.events, (names{"read 0", "remove 2"}));
     EXPECT_EQ(toolkit.calls().size(), 2u);
