@@ -60,6 +60,7 @@ void CRecentFileList::Add(std::u16string_view path)
     const auto same =
         std::ranges::find_if(m_entries, [&](const CString& entry) { return same_file(entry.view(), path); });
     const auto leaving = same == m_entries.end() ? m_entries.end() - 1 : same;
+    m_touched = true;
     // The path may be the text of the entry that moves.
     CString first(path);
     std::rotate(m_entries.begin(), leaving, leaving + 1);
@@ -72,6 +73,7 @@ void CRecentFileList::Remove(std::size_t index)
         throw invalid_argument_exception();
     m_entries.erase(m_entries.begin() + static_cast<std::ptrdiff_t>(index));
     m_entries.emplace_back();
+    m_touched = true;
 }
 
 bool CRecentFileList::GetDisplayName(CString& name, std::size_t index, const char16_t* current_directory,
@@ -100,6 +102,7 @@ std::u16string CRecentFileList::entry_name(std::size_t index) const
 
 void CRecentFileList::ReadList()
 {
+    m_touched = false;
     std::ranges::fill(m_entries, CString());
     std::size_t next = 0;
     for (std::size_t index = 0; index < m_entries.size(); ++index) {
@@ -111,6 +114,9 @@ void CRecentFileList::ReadList()
 
 void CRecentFileList::WriteList()
 {
+    // Another window may have written its own since.
+    if (!m_touched)
+        return;
     platform::user_settings& settings = *platform::current().user;
     for (std::size_t index = 0; index < m_entries.size(); ++index)
         if (m_entries[index].IsEmpty())

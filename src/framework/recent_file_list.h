@@ -32,7 +32,8 @@ public:
                                 bool keep_file_name) const;
     /// Reads all entries; settings that are missing or empty leave empty entries out.
     virtual void ReadList();
-    /// Writes the entries and removes those of places without one.
+    /// Writes the entries and removes those of places without one, where anything was changed since
+    /// `ReadList`.
     virtual void WriteList();
 
     /// The number that a menu shows before the first entry.
@@ -50,6 +51,7 @@ private:
     std::u16string m_entryFormat;
     std::size_t m_longestDisplayLength;
     std::vector<CString> m_entries;
+    bool m_touched = false; // since `ReadList`
 };
 
 } // namespace cw

@@ -116,11 +116,33 @@ TEST_F(recent_file_list, keeps_entries_of_any_text)
         services.user.write_text(section, u"File" + std::u16string(1, static_cast<char16_t>(u'1' + index)), odd[index]);
     list.ReadList();
     EXPECT_EQ(entries(), odd);
+    list.Add(odd.front());
     list.WriteList();
     EXPECT_EQ(stored(4), odd);
     for (const std::u16string& entry : odd)
         list.Add(entry);
     EXPECT_EQ(entries(), (paths{odd[3], odd[2], odd[1], odd[0]}));
+}
+
+TEST_F(recent_file_list, untouched_leaves_what_another_window_wrote)
+{
+    services.user.write_text(section, u"File1", u"/a");
+    list.ReadList();
+    services.user.write_text(section, u"File1", u"/b");
+    list.WriteList();
+    EXPECT_EQ(stored(1), paths{u"/b"});
+    list.Remove(0);
+    list.WriteList();
+    EXPECT_EQ(stored(1), paths{u"-"});
+    list.Add(u"/c");
+    list.WriteList();
+    EXPECT_EQ(stored(1), paths{u"/c"});
+    services.user.write_text(section, u"File1", u"/b");
+    list.ReadList();
+    list.Add(u"");
+    services.user.write_text(section, u"File1", u"/d");
+    list.WriteList();
+    EXPECT_EQ(stored(1), paths{u"/d"});
 }
 
 TEST_F(recent_file_list, writes_its_entries_and_removes_those_of_empty_places)
