@@ -12,9 +12,12 @@
 #include <QDropEvent>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QTabWidget>
 #include <QVBoxLayout>
 #include <QWindow>
+
+#include <utility>
 
 namespace cw {
 namespace {
@@ -73,6 +76,11 @@ customize_dialog::customize_dialog(command_bars& bars, QWidget* parent)
     setWindowTitle(QStringLiteral("Customize"));
     m_tabs->setAccessibleName(windowTitle());
     m_tabs->addTab(m_commandsPage, QStringLiteral("Commands"));
+    // The tabs answer these keys themselves, but some fields keep them.
+    for (const auto& [keys, step] : {std::pair{QKeySequence::NextChild, 1}, std::pair{QKeySequence::PreviousChild, -1}})
+        connect(new QShortcut(keys, this), &QShortcut::activated, m_tabs, [tabs = m_tabs, step] {
+            tabs->setCurrentIndex((tabs->currentIndex() + step + tabs->count()) % tabs->count());
+        });
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
     QPushButton* close = buttons->button(QDialogButtonBox::Close);
     // Return is for the lists and fields.

@@ -65,6 +65,27 @@ TEST_F(CustomizeDialog, FitsOnTheScreenAndClosesByEscapeAlone)
     EXPECT_FALSE(dialog.isVisible());
 }
 
+TEST_F(CustomizeDialog, KeysGoFromPageToPageWhereverTheFocusIs)
+{
+    customize_dialog dialog(bars, nullptr);
+    dialog.add_keyboard_page(no_command);
+    dialog.add_options_page();
+    dialog.show();
+    dialog.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    auto& pages = *dialog.findChild<QTabWidget*>();
+    const auto press = [&](Qt::KeyboardModifiers held, int expected) {
+        QTest::keyClick(dialog.windowHandle(), Qt::Key_Tab, held);
+        EXPECT_EQ(pages.currentIndex(), expected);
+    };
+    press(Qt::ControlModifier, 1);
+    // Combo boxes keep what they do not need.
+    pages.currentWidget()->findChild<QComboBox*>()->setFocus();
+    press(Qt::ControlModifier, 2);
+    press(Qt::ControlModifier, 0);
+    press(Qt::ControlModifier | Qt::ShiftModifier, 2);
+}
+
 TEST_F(CustomizeDialog, AllPagesShowAChange)
 {
     customize_dialog dialog(bars, nullptr);
