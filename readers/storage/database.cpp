@@ -7,6 +7,7 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -309,6 +310,8 @@ void database::fail(int code) const
         // While a file is read it is the files beside it that are meant.
         if (m_isOpen && m_use != file_use::frozen)
             raise(fault::unreadable, u"what its writer keeps beside it is missing");
+        if (!has_room_for(m_path))
+            raise(fault::unreadable, {}, ENAMETOOLONG);
         raise(fault_of(system_error), {}, system_error);
     case SQLITE_IOERR:
         if (code != SQLITE_IOERR_SHORT_READ)

@@ -139,6 +139,12 @@ const char* read_only_files_without_locks()
     return unlocked_layer().zName;
 }
 
+bool has_room_for(const std::string& path) noexcept
+{
+    const sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
+    return !files || path.size() < static_cast<std::size_t>(files->mxPathname);
+}
+
 file_look look_at(const std::string& path, fault_handler on_fault)
 {
     return layer_file(path, on_fault).look();

@@ -25,4 +25,7 @@ struct file_look {
 /// would let go of the locks that the process holds on the file. Raises what opening finds.
 [[nodiscard]] file_look look_at(const std::string& path, fault_handler on_fault);
 
+/// Whether the database library has room for a path; it does not tell why it opens none that is longer.
+[[nodiscard]] bool has_room_for(const std::string& path) noexcept;
+
 } // namespace cw::storage

@@ -102,6 +102,15 @@ TEST_F(logkit_opening, paths_of_all_kinds)
     EXPECT_EQ(records(main_feature(relative.get()).get(), log_operation_type::file).size(), 2u);
 }
 
+TEST_F(logkit_opening, a_path_that_the_database_library_has_no_room_for)
+{
+    const std::string folders =
+        path_of(std::string(200, 'a') + "/" + std::string(200, 'b') + "/" + std::string(200, 'c'));
+    fs::create_directories(folders);
+    fs::copy_file(write_log(rich_log()), folders + "/a.clg");
+    expect_error(folders + "/a.clg", 23, "cannot be read");
+}
+
 TEST_F(logkit_opening, leaves_the_log_alone)
 {
     const std::string log = write_log(rich_log());

@@ -108,6 +108,16 @@ TEST_F(mediaforge_opening, paths_of_all_kinds)
     EXPECT_TRUE(open(path_of("link.hdr")));
 }
 
+TEST_F(mediaforge_opening, a_path_that_the_database_library_has_no_room_for)
+{
+    const std::string folders =
+        path_of(std::string(200, 'a') + "/" + std::string(200, 'b') + "/" + std::string(200, 'c'));
+    fs::create_directories(folders);
+    fs::copy_file(make_header(fill_every_table), folders + "/a.hdr");
+    expect_error(folders + "/a.hdr", 23, u"cannot be read");
+    EXPECT_EQ(last_text(media_error::SystemText), wide(std::strerror(ENAMETOOLONG)));
+}
+
 TEST_F(mediaforge_opening, leaves_the_header_alone)
 {
     const std::string header = make_header(fill_every_table);
