@@ -161,14 +161,22 @@ class Customize(MediaWindowTest):
         (kept,) = (self.folder / "config").rglob("*.conf")
         text = kept.read_text(encoding="utf-8")
         self.assertIn("toolbars", text)
-        kept.write_text(text.replace("toolbars", "toolbar"), encoding="utf-8")
+        damaged = text.replace("toolbars", "toolbar")
+        kept.write_text(damaged, encoding="utf-8")
         process = self.open()
         self.click_window(FIRST_BUTTON)
         self.display.key("alt+h", "a")
         self.sees_about()
         self.close(process, SAMPLE.name)
         self.assertEqual(self.errors(), "")
-        self.assertNotIn("State", self.settings())
+        # Nobody touched it, so it stays until somebody customizes again.
+        self.assertEqual(kept.read_text(encoding="utf-8"), damaged)
+        process = self.open()
+        self.customize()
+        self.display.key("alt+a")
+        self.leave()
+        self.close(process, SAMPLE.name)
+        self.assertIn("toolbars", self.settings())
 
 
 if __name__ == "__main__":
