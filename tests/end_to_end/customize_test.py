@@ -23,7 +23,7 @@ class Customize(MediaWindowTest):
         return process
 
     def click_window(self, place, button=1):
-        self.display.xdotool("mousemove", "--sync", "--window", self.main, *map(str, place), "click", str(button))
+        self.display.xdotool("mousemove", "--window", self.main, *map(str, place), "click", str(button))
 
     def customize(self):
         self.click_window(MENU_BAR, button=3)

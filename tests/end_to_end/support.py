@@ -116,7 +116,8 @@ class Display:
         self.xdotool("type", "--delay", "20", text)
 
     def click(self, x, y, button=1):
-        self.xdotool("mousemove", "--sync", str(x), str(y), "click", str(button))
+        # Not with "--sync", which waits in vain where the pointer is there already.
+        self.xdotool("mousemove", str(x), str(y), "click", str(button))
 
     def put_on_clipboard(self, text):
         # It stays behind to answer for the text until another program takes over.
