@@ -32,7 +32,15 @@ class Drop(WindowTest):
         for step in steps[1:]:
             self.display.xdotool("mousemove", "--sync", *step, "sleep", "0.2")
         self.display.xdotool("mouseup", "1")
+        self.source = source
         return source.stdout.readline().strip()
+
+    def close(self, process, title):
+        """Without the other window, which could still take the focus and the keys with it. It has to stay
+        until the file is there: what was dropped is fetched from it."""
+        self.end(self.source)
+        wait_for("the other window to go", lambda: not self.display.windows("drag source"))
+        super().close(process, title)
 
     def test_a_file_is_opened(self):
         process = self.start()
