@@ -12,12 +12,13 @@ namespace cw::bench {
 
 class plain_cursor {
 public:
+    /// Throws std::runtime_error where the database cannot be read; a benchmark ends with it.
     plain_cursor(const std::filesystem::path& database, const std::string& select);
     ~plain_cursor();
     plain_cursor(const plain_cursor&) = delete;
     plain_cursor& operator=(const plain_cursor&) = delete;
 
-    /// Null where the database cannot be read.
+    /// Never null.
     [[nodiscard]] sqlite3_stmt* statement() const noexcept { return m_statement; }
 
 private:
