@@ -1,6 +1,7 @@
 // Where the help topic lies: beside the folder of the program, by language.
 
 #include "app/main_frame.h"
+#include "foundation/resource_text.h"
 #include "platform/path_style.h"
 #include "platform/services.h"
 
@@ -30,13 +31,11 @@ string topic_path(const string& program)
         return path;
     path.erase(above + 1);
 
-    string topic;
-    topic.load(text_topic);
     for (const std::u16string_view folder : {help_folder, first_language}) {
         path += folder;
         path.append(1, separator);
     }
-    path += topic;
+    path += resource_text(text_topic);
 
     string file(path);
     replace_all(file, topic_in_file, {});

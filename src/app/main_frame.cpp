@@ -5,6 +5,7 @@
 #include "app/menus.h"
 #include "app/view_filters.h"
 #include "fileio/file_operations.h"
+#include "foundation/resource_text.h"
 #include "platform/services.h"
 
 #include <array>
@@ -121,9 +122,7 @@ int CMainFrame::OnCreate()
     frame_toolkit& toolkit = Toolkit();
     if (CXTPFrameWnd::OnCreate() == refused)
         return refused;
-    string title;
-    title.load(IDR_MAINFRAME);
-    SetTitle(title);
+    SetTitle(resource_text(IDR_MAINFRAME));
     if (!toolkit.create_status_bar(status_bar_style, status_bar_id))
         return refused;
     toolkit.add_status_indicator(0, 0);

@@ -6,6 +6,7 @@
 #include "app/password_prompt.h"
 #include "bridges/activation.h"
 #include "bridges/media_objects.h"
+#include "foundation/resource_text.h"
 #include "framework/recent_file_list.h"
 #include "platform/path_style.h"
 
@@ -35,8 +36,7 @@ string file_name_of(const string& path)
 
 void CMainFrame::OnFileOpen(std::uint32_t)
 {
-    string filter;
-    filter.load(text_open_filter);
+    const string filter = resource_text(text_open_filter);
     if (const auto chosen = Services().choose_file_to_open({filter}))
         OpenFile(string(*chosen));
 }

@@ -3,6 +3,7 @@
 #include "app/menus.h"
 #include "desktop/icons.h"
 #include "desktop/qt_text.h"
+#include "foundation/resource_text.h"
 #include "foundation/string.h"
 
 #include <QCheckBox>
@@ -99,9 +100,7 @@ QLayout* refusal_line(const QString& refusal, QWidget* parent)
 
 QString application_title()
 {
-    string title;
-    title.load(AFX_IDS_APP_TITLE);
-    return to_qt(title);
+    return to_qt(resource_text(AFX_IDS_APP_TITLE));
 }
 
 password_dialog::password_dialog(const QString& path, const QString& refusal, QWidget* parent)

@@ -3,6 +3,7 @@
 #include "app/menus.h"
 #include "desktop/customize_dialog.h"
 #include "desktop/qt_text.h"
+#include "foundation/resource_text.h"
 #include "foundation/string.h"
 
 #include <QApplication>
@@ -94,9 +95,7 @@ bool qt_toolkit::create_window(const frame_create_parameters&)
             },
     });
     m_toolBars.emplace(*m_window, m_menus);
-    string title;
-    title.load(AFX_IDS_APP_TITLE);
-    set_title(title);
+    set_title(resource_text(AFX_IDS_APP_TITLE));
     return true;
 }
 

@@ -5,6 +5,7 @@
 #include "bridges/log_objects.h"
 #include "bridges/text_value.h"
 #include "fileio/write_bytes.h"
+#include "foundation/resource_text.h"
 #include "log/feature_log_walk.h"
 #include "log/operation_groups.h"
 #include "media/nested_collections.h"
@@ -33,9 +34,7 @@ void append_line(string& text, std::u16string_view line)
 /// A line that begins with the text of a string resource.
 void append_line(string& text, std::uint32_t resource_id, std::u16string_view value)
 {
-    string label;
-    label.load(resource_id);
-    text += label;
+    text += resource_text(resource_id);
     append_line(text, value);
 }
 
@@ -62,8 +61,7 @@ void append_sub_feature_ids(IFeatureLog* feature, string& text)
 }
 
 /// `converted` holds what had to be converted.
-std::u16string_view element_text(const operation_record& record, std::size_t index, bool is_registry,
-                                 string& converted)
+std::u16string_view element_text(const operation_record& record, std::size_t index, bool is_registry, string& converted)
 {
     if (is_registry && index == static_cast<std::size_t>(log_registry_record::hive.index))
         if (const std::u16string_view hive = hive_name(record.number(log_registry_record::hive)); !hive.empty())

@@ -6,6 +6,7 @@
 #include "fileio/file.h"
 #include "fileio/file_operations.h"
 #include "fileio/text_file.h"
+#include "foundation/resource_text.h"
 
 namespace cw {
 namespace {
@@ -50,10 +51,8 @@ void CMainFrame::OnReport(std::uint32_t)
 
 void CMainFrame::OnSave(std::uint32_t id)
 {
-    string filter;
-    string proposed_name;
-    filter.load(text_save_filter);
-    proposed_name.load(text_proposed_name);
+    const string filter = resource_text(text_save_filter);
+    const string proposed_name = resource_text(text_proposed_name);
     save_question question;
     question.proposed_name = proposed_name;
     question.default_extension = report_extension;

@@ -1,6 +1,7 @@
 // What the list shows for a component. The component is looked up by the tree item's text, so two
 // components of one name show the same rows.
 
+#include "foundation/resource_text.h"
 #include "media/formatting.h"
 #include "media/property_rows.h"
 
@@ -37,8 +38,7 @@ constexpr auto component_rows = std::to_array<property_row>({
 bool CMainFrame::IsFilesItem(HTREEITEM item) const
 {
     static const string files_label = [] {
-        string label;
-        label.load(label_files);
+        const string label = resource_text(label_files);
         return label;
     }();
     return string(m_treeCtrl.GetItemText(item)).equals_no_case(files_label);

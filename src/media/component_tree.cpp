@@ -2,6 +2,7 @@
 
 #include "app/main_frame.h"
 #include "bridges/media_objects.h"
+#include "foundation/resource_text.h"
 #include "media/internal_names.h"
 
 #include <array>
@@ -30,8 +31,7 @@ void CMainFrame::AddComponents(HTREEITEM parent, IDispatch* components)
 {
     if (!parent)
         parent = m_treeCtrl.GetRootItem();
-    string files_label;
-    files_label.load(label_files);
+    const string files_label = resource_text(label_files);
     for_each_item(components, [&](std::int32_t, IDispatch* component) {
         const string name = get(component, media_component::Name);
         if (!m_expertMode && contains_any(name, hidden_names))

@@ -1,6 +1,7 @@
 // What the list shows for a feature: standard rows, or for an object feature its own properties.
 
 #include "foundation/exceptions.h"
+#include "foundation/resource_text.h"
 #include "media/formatting.h"
 #include "media/property_rows.h"
 #include "media/variant_arrays.h"
@@ -54,9 +55,7 @@ string scalar_text(const VARIANT& value)
 {
     if (value.vt != VT_BOOL)
         return to_text(value);
-    string text;
-    text.load(value.boolVal != VARIANT_FALSE ? label_true : label_false);
-    return text;
+    return resource_text(value.boolVal != VARIANT_FALSE ? label_true : label_false);
 }
 
 /// Copies element `index` of the first dimension; further dimensions stay at their lower bounds.

@@ -2,6 +2,7 @@
 
 #include "bridges/media_objects.h"
 #include "foundation/exceptions.h"
+#include "foundation/resource_text.h"
 #include "media/variant_arrays.h"
 
 #include <algorithm>
@@ -77,12 +78,10 @@ constexpr std::uint32_t label_update_not_supported = 232;
 constexpr std::uint32_t label_personal = 205;
 constexpr std::uint32_t label_common = 206;
 
-string loaded(std::uint32_t label_id)
+/// The empty text for no label.
+string label_text(std::uint32_t label_id)
 {
-    string text;
-    if (label_id != no_label)
-        text.load(label_id);
-    return text;
+    return label_id == no_label ? string() : resource_text(label_id);
 }
 
 /// The label of a value, `otherwise` where it has none.
@@ -90,8 +89,8 @@ string label_of(std::int32_t value, std::span<const value_label> labels, std::ui
 {
     for (const value_label& entry : labels)
         if (entry.value == value)
-            return loaded(entry.label_id);
-    return loaded(otherwise);
+            return label_text(entry.label_id);
+    return label_text(otherwise);
 }
 
 struct named_format {
@@ -206,12 +205,12 @@ string FormatLanguage(const string& language)
     const std::int32_t number = number_from_hexadecimal(language);
     if (number != 0)
         return to_text(number);
-    return loaded(label_not_available);
+    return label_text(label_not_available);
 }
 
 string FormatFolderType(std::int32_t folder_type)
 {
-    return loaded((static_cast<std::uint32_t>(folder_type) & 1u) != 0 ? label_personal : label_common);
+    return label_text((static_cast<std::uint32_t>(folder_type) & 1u) != 0 ? label_personal : label_common);
 }
 
 string FormatShowCommand(std::int32_t show_command)

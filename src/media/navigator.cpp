@@ -2,6 +2,7 @@
 // two add a row, one sets the columns.
 
 #include "app/main_frame.h"
+#include "foundation/resource_text.h"
 
 #include <algorithm>
 #include <array>
@@ -44,20 +45,13 @@ struct text_images {
     tree_item_images images;
 };
 
-string loaded(std::uint32_t label_id)
-{
-    string label;
-    label.load(label_id);
-    return label;
-}
-
 tree_item_images images_for(node_kind kind, const string& text, bool has_grandparent)
 {
     // Later rows win over earlier ones. The labels are loaded once: every item passes here.
     static const std::array<text_images, 4> images_by_text{{
-        {loaded(label_features), NODEKIND_SETUP_TYPE, {11, 11}},
-        {loaded(label_desktop), -1, {14, 14}},
-        {loaded(label_start_menu), -1, {15, 15}},
+        {resource_text(label_features), NODEKIND_SETUP_TYPE, {11, 11}},
+        {resource_text(label_desktop), -1, {14, 14}},
+        {resource_text(label_start_menu), -1, {15, 15}},
         {u"<Data>", -1, {16, 16}},
     }};
 
@@ -88,16 +82,12 @@ HTREEITEM CMainFrame::InsertNavNode(HTREEITEM parent, const string& text, const 
 
 HTREEITEM CMainFrame::InsertRoot(std::uint32_t label_id, tree_item_images images)
 {
-    string label;
-    label.load(label_id);
-    return m_treeCtrl.InsertItem(label, images, {});
+    return m_treeCtrl.InsertItem(resource_text(label_id), images, {});
 }
 
 void CMainFrame::AddPropertyRow(std::size_t row, std::uint32_t label_id, const string& value)
 {
-    string label;
-    label.load(label_id);
-    AddPropertyRow(row, label, value);
+    AddPropertyRow(row, resource_text(label_id), value);
 }
 
 void CMainFrame::AddPropertyRow(std::size_t row, const string& label, const string& value)
@@ -108,9 +98,7 @@ void CMainFrame::AddPropertyRow(std::size_t row, const string& label, const stri
 
 void CMainFrame::AddYesNoRow(std::size_t row, std::uint32_t label_id, bool flag)
 {
-    string value;
-    value.load(flag ? label_yes : label_no);
-    AddPropertyRow(row, label_id, value);
+    AddPropertyRow(row, label_id, resource_text(flag ? label_yes : label_no));
 }
 
 void CMainFrame::SetListColumns(node_kind kind)
@@ -124,9 +112,7 @@ void CMainFrame::SetListColumns(node_kind kind)
     }
     std::size_t index = 0;
     for (const column_definition& column : set->columns) {
-        string label;
-        label.load(column.label_id);
-        m_listCtrl.InsertColumn(index++, label, column.width_in_pixels);
+        m_listCtrl.InsertColumn(index++, resource_text(column.label_id), column.width_in_pixels);
     }
 }
 

@@ -1,5 +1,6 @@
 // What the list shows for a registry set and for a key with its values.
 
+#include "foundation/resource_text.h"
 #include "media/formatting.h"
 #include "media/property_rows.h"
 
@@ -43,10 +44,8 @@ void show_key(CMainFrame& frame, IDispatch* key)
     list.SetItemText(default_row, data_column, default_value);
     list.SetItemText(default_row, uninstall_column, u"");
 
-    string yes;
-    yes.load(label_yes);
-    string no;
-    no.load(label_no);
+    const string yes = resource_text(label_yes);
+    const string no = resource_text(label_no);
     for_each_item(values.get(), [&](std::int32_t index, IDispatch* value) {
         const string name = get(value, media_registry_value::Name);
         string data = to_text(get(value, media_registry_value::Data));

@@ -2,6 +2,7 @@
 
 #include "app/main_frame.h"
 #include "bridges/media_objects.h"
+#include "foundation/resource_text.h"
 #include "media/internal_names.h"
 #include "media/nested_collections.h"
 
@@ -24,8 +25,7 @@ void CMainFrame::BuildSetupTypeTree()
     if (!m_media)
         return;
     const HTREEITEM root = InsertRoot(label_setup_types, root_images);
-    string features_label;
-    features_label.load(label_features);
+    const string features_label = resource_text(label_features);
     const automation::com_ptr<IDispatch> types = get(m_media.get(), media::SetupTypes);
     for_each_item(types.get(), [&](std::int32_t, IDispatch* type) {
         const automation::com_ptr<IDispatch> features = get(type, media_setup_type::Features);

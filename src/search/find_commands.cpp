@@ -2,6 +2,7 @@
 
 #include "app/main_frame.h"
 #include "bridges/log_objects.h"
+#include "foundation/resource_text.h"
 #include "search/find_dialog.h"
 
 namespace cw {
@@ -54,9 +55,7 @@ void CMainFrame::OnFindNext(std::uint32_t)
         m_findAnchor = m_treeCtrl.GetSelectedItem();
         return;
     }
-    string message;
-    message.load(text_not_found);
-    Services().show_message(message, message_icon::none);
+    Services().show_message(resource_text(text_not_found), message_icon::none);
 }
 
 void CMainFrame::OnUpdateFindNext(command_ui& ui)

@@ -1,5 +1,6 @@
 #include "foundation/string.h"
 
+#include "foundation/resource_text.h"
 #include "foundation/string_table.h"
 #include "platform/last_error.h"
 #include "platform/posix_services.h"
@@ -102,6 +103,15 @@ protected:
     }
     ~string_load() override { cw::set_string_loader(nullptr); }
 };
+
+TEST_F(string_load, a_text_of_its_own_is_the_same)
+{
+    resource_length = 100;
+    string loaded;
+    EXPECT_TRUE(loaded.load(1));
+    EXPECT_EQ(cw::resource_text(1), loaded);
+    EXPECT_EQ(cw::resource_text(2), u"");
+}
 
 TEST_F(string_load, one_pass_is_enough_for_usual_texts)
 {
