@@ -248,9 +248,9 @@ bool customize_commands_page::change(std::vector<tool_bar> bars)
     refresh();
     if (!done)
         m_note->setText(QStringLiteral("There can be %1 toolbars, %2 things on each and in each menu, and %3 in all.")
-                            .arg(command_bars::most_tool_bars)
-                            .arg(command_bars::most_items)
-                            .arg(command_bars::most_items_together));
+                            .arg(tool_limits::tool_bars)
+                            .arg(tool_limits::items)
+                            .arg(tool_limits::items_together));
     return done;
 }
 

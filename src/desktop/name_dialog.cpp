@@ -20,7 +20,7 @@ name_dialog::name_dialog(const QString& title, const QString& initial, QStringLi
     : QDialog(parent), m_taken(std::move(taken)), m_field(new QLineEdit(initial, this)), m_note(new QLabel(this))
 {
     setWindowTitle(title);
-    m_field->setMaxLength(static_cast<int>(command_bars::longest_name));
+    m_field->setMaxLength(static_cast<int>(tool_limits::name_length));
     m_field->setMinimumWidth(fontMetrics().averageCharWidth() * field_width_in_characters);
     m_field->setAccessibleName(QStringLiteral("Name"));
     m_field->selectAll();

@@ -69,6 +69,8 @@ struct accelerator {
     bool shift;
     bool alt;
     std::uint32_t command_id;
+
+    friend bool operator==(const accelerator&, const accelerator&) = default;
 };
 
 /// A key-down on its way to the focused control.
@@ -77,6 +79,8 @@ struct key_message {
     bool control = false;
     bool shift = false;
     bool alt = false;
+
+    friend bool operator==(const key_message&, const key_message&) = default;
 };
 
 } // namespace cw

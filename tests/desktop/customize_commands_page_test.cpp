@@ -292,9 +292,9 @@ TEST_F(CustomizeCommandsPage, ThingsAreDraggedIntoTheContentsAndWithinThem)
 
 TEST_F(CustomizeCommandsPage, TooMuchIsTold)
 {
-    ASSERT_TRUE(bars.set_tool_bars({{u"Full", true, std::vector<tool_item>(command_bars::most_items)}}));
+    ASSERT_TRUE(bars.set_tool_bars({{u"Full", true, std::vector<tool_item>(tool_limits::items)}}));
     add(file, 0);
-    EXPECT_EQ(bars.tool_bars()[0].items.size(), command_bars::most_items);
+    EXPECT_EQ(bars.tool_bars()[0].items.size(), tool_limits::items);
     const auto told = [this] {
         for (const QLabel* label : page.findChildren<QLabel*>())
             if (label->text().contains("64 things"))

@@ -1,6 +1,7 @@
 #include "framework/command_bars.h"
 
 #include "platform/memory_user_settings.h"
+#include "tests/framework/kept_state.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,8 @@
 
 namespace cw {
 namespace {
+
+using namespace test_support;
 
 constexpr std::uint32_t open_id = 57601;
 constexpr std::uint32_t save_id = 57603;
@@ -65,13 +68,6 @@ std::string picture(const command_bars& bars)
 }
 
 constexpr const char* untouched = "67c=57634 114=32785 83c=57603 \nsmall 0";
-
-tool_item own_menu(std::vector<tool_item> contents)
-{
-    tool_item made = tool_item::menu(u"Mine");
-    made.contents = std::move(contents);
-    return made;
-}
 
 struct bars_of_program : testing::Test {
     bars_of_program()
@@ -244,20 +240,7 @@ TEST_F(bars_of_program, a_load_takes_the_place_of_everything)
     EXPECT_EQ(changes, 1);
 }
 
-// The smallest sound state, to be spoilt in one place each.
-constexpr std::u16string_view sound =
-    uR"({"version":1,"removed_keys":[{"key":67,"held":1,"command":57634}],"own_keys":[{"key":118,"held":0,)"
-    uR"("command":32780}],"toolbars":[{"name":"T","shown":true,"items":[57601,null,{"popup":"&File"},)"
-    uR"({"menu":"M","items":[57603,null]}]}],"options":{"large_icons":true,"button_text":"beside","menu_icons":false}})";
 constexpr const char* sound_picture = "114=32785 83c=57603 118=32780 \nT: 57601 | &File M( 57603 | )\nlarge 1";
-
-std::u16string replaced(std::u16string_view what, std::u16string_view by)
-{
-    std::u16string state(sound);
-    const std::size_t place = state.find(what);
-    EXPECT_NE(place, state.npos);
-    return state.replace(place, what.size(), by);
-}
 
 TEST_F(bars_of_program, a_sound_state_is_read)
 {
@@ -268,101 +251,9 @@ TEST_F(bars_of_program, a_sound_state_is_read)
 
 TEST_F(bars_of_program, a_damaged_state_is_no_state)
 {
-    const struct {
-        std::u16string_view what;
-        std::u16string_view by;
-    } damages[]{
-        {u"\"version\":1", u"\"version\":2"},
-        {u"\"version\":1", u"\"version\":0"},
-        {u"\"version\":1", u"\"version\":\"1\""},
-        {u"\"version\":1", u"\"version\":-1"},
-        {u"\"version\":1", u"\"version\":1.0"},
-        {u"\"version\":1,", u""},
-        {u"\"version\":1", u"\"version\":1,\"more\":1"},
-        {u"\"held\":1", u"\"held\":8"},
-        {u"\"held\":1", u"\"held\":true"},
-        {u"\"key\":67", u"\"key\":0"},
-        {u"\"key\":67", u"\"key\":255"},
-        {u"\"key\":67", u"\"key\":-67"},
-        {u"\"key\":67", u"\"key\":null"},
-        {u"32780", u"4294967296"},
-        {u"32780", u"1e400"},
-        {u"[{\"key\":67", u"{\"key\":67"},
-        {u"[{\"key\":67,\"held\":1,\"command\":57634}]", u"{}"},
-        {u"\"name\":\"T\"", u"\"name\":\"\""},
-        {u"\"name\":\"T\"", u"\"name\":7"},
-        {u"\"name\":\"T\"", u"\"name\":\"a\\tb\""},
-        {u"\"menu\":\"M\"", u"\"menu\":\"\\u007f\""},
-        {u"\"name\":\"T\"", u"\"name\":\"0123456789012345678901234567890123456789012345678901234567890123456\""},
-        {u"\"shown\":true", u"\"shown\":1"},
-        {u"[57601,", u"[true,"},
-        {u"[57601,", u"[-5,"},
-        {u"[57601,", u"[57601.5,"},
-        {u"[57601,", u"[\"57601\","},
-        {u"[57601,", u"[[],"},
-        {u"\"popup\":\"&File\"", u"\"popup\":1"},
-        {u"\"popup\":\"&File\"", u"\"popup\":\"&File\",\"x\":1"},
-        {u"\"popup\":\"&File\"", u"\"other\":\"&File\""},
-        {u"\"menu\":\"M\"", u"\"menu\":\"\""},
-        {u"[57603,null]", u"7"},
-        {u"[57603,null]", u"[{\"menu\":\"N\",\"items\":[]}]"},
-        {u"[57603,null]", u"[{\"popup\":\"&File\"}]"},
-        {u"[57603,null]", u"[{}]"},
-        {u"[57603,null]", u"[57603,/**/null]"},
-        {u"\"menu\":\"M\"", u"\"menu\":\"01234567890123456789012345678901234567890123456789012345678901234\""},
-        {u"&File", u"01234567890123456789012345678901234567890123456789012345678901234"},
-        {u"\"beside\"", u"\"above\""},
-        {u"\"beside\"", u"1"},
-        {u"\"large_icons\":true", u"\"large_icons\":null"},
-        {u"\"menu_icons\":false", u"\"menu_icons\":0"},
-        {u",\"menu_icons\":false", u""},
-        {u"}]}]", u"}]}"},
-    };
-    for (const auto& damage : damages)
-        EXPECT_EQ(read_from(replaced(damage.what, damage.by)), untouched)
-            << std::string(damage.what.begin(), damage.what.end()) << " -> "
-            << std::string(damage.by.begin(), damage.by.end());
-    for (const std::u16string_view garbage :
-         {u"5", u"garbage", u"{", u"[]", u"null", u"\"\"", u"{}", u"\xD800", u"\\x00", u"@ByteArray(\\0)"})
-        EXPECT_EQ(read_from(garbage), untouched) << std::string(garbage.begin(), garbage.end());
-}
-
-TEST_F(bars_of_program, every_cut_of_a_state_is_no_state)
-{
-    for (std::size_t length = 1; length < sound.size(); ++length)
-        EXPECT_EQ(read_from(sound.substr(0, length)), untouched) << length;
-}
-
-TEST_F(bars_of_program, a_state_without_bounds_is_no_state)
-{
-    EXPECT_EQ(read_from(std::u16string(900'000, u'[')), untouched);
-    // Complete texts, too, with members behind what is nested.
-    const std::u16string arrays = std::u16string(100'000, u'[') + std::u16string(100'000, u']');
-    std::u16string objects = u"1";
-    for (int level = 0; level < 20'000; ++level)
-        objects = u"{\"items\":" + std::move(objects) + u"}";
-    for (const std::u16string& nested : {arrays, objects})
-        for (const std::u16string_view replaceable :
-             {u"[57603,null]", u"{\"popup\":\"&File\"}", u"\"T\"", u"57634", u"\"beside\"", u"true"})
-            EXPECT_EQ(read_from(replaced(replaceable, nested)), untouched);
-    EXPECT_EQ(read_from(std::u16string(sound) + std::u16string(1'000'000, u' ')), untouched);
-    std::u16string many;
-    for (int bar = 0; bar <= 24; ++bar)
-        many += std::u16string(bar ? u"," : u"") + u"{\"name\":\"" + static_cast<char16_t>(u'a' + bar) +
-                u"\",\"shown\":true,\"items\":[]}";
-    EXPECT_EQ(read_from(replaced(u"{\"name\":\"T\"", many + u",{\"name\":\"T\"")), untouched);
-    std::u16string long_bar;
-    for (int item = 0; item < 65; ++item)
-        long_bar += u"57601,";
-    EXPECT_EQ(read_from(replaced(u"[57601,", u"[" + long_bar)), untouched);
-    EXPECT_EQ(read_from(replaced(u"[57603,", u"[" + long_bar)), untouched);
-    std::u16string many_keys;
-    for (int key = 0; key < 2033; ++key)
-        many_keys += u"{\"key\":1,\"held\":0,\"command\":1},";
-    EXPECT_EQ(read_from(replaced(u"\"own_keys\":[", u"\"own_keys\":[" + many_keys)), untouched);
-    EXPECT_EQ(read_from(replaced(u"\"toolbars\":[", u"\"toolbars\":[{\"name\":\"T\",\"shown\":true,\"items\":[]},")),
-              untouched)
-        << "two of a name";
+    for (const std::u16string& damaged :
+         {replaced(u"\"version\":1", u"\"version\":2"), std::u16string(u"garbage"), std::u16string(900'000, u'[')})
+        EXPECT_EQ(read_from(damaged), untouched);
 }
 
 TEST_F(bars_of_program, what_the_program_does_not_have_is_left_out_alone)
@@ -424,7 +315,7 @@ TEST_F(bars_of_program, the_most_that_there_can_be_is_kept)
 {
     // Names of characters that take the most room, as many keys as there are, and as many menus as fit.
     const auto menus = [](std::size_t count) {
-        std::vector<tool_item> items(count, tool_item::menu(std::u16string(command_bars::longest_name, u'"')));
+        std::vector<tool_item> items(count, tool_item::menu(std::u16string(tool_limits::name_length, u'"')));
         return items;
     };
     std::vector<tool_bar> most;
@@ -448,51 +339,6 @@ TEST_F(bars_of_program, nobody_needs_to_look)
     bars.set_changed_sink(nullptr);
     bars.remove_key(f3);
     EXPECT_EQ(bars.command_of(f3), 0u);
-}
-
-TEST(tool_items, go_in_and_come_out_at_places)
-{
-    std::vector<tool_item> items{tool_item::command(1), own_menu({tool_item::command(2)})};
-    EXPECT_TRUE(insert_item(items, {0, {}}, tool_item::popup(u"P")));
-    EXPECT_TRUE(insert_item(items, {3, {}}, tool_item::separator()));
-    EXPECT_TRUE(insert_item(items, {2, 1}, tool_item::command(3)));
-    EXPECT_TRUE(insert_item(items, {2, 0}, tool_item::separator()));
-    const std::vector<tool_item> expected{
-        tool_item::popup(u"P"), tool_item::command(1),
-        own_menu({tool_item::separator(), tool_item::command(2), tool_item::command(3)}), tool_item::separator()};
-    EXPECT_EQ(items, expected);
-
-    ASSERT_NE(item_at(items, {2, 2}), nullptr);
-    EXPECT_EQ(*item_at(items, {2, 2}), tool_item::command(3));
-    EXPECT_EQ(take_item(items, {2, 0}), tool_item::separator());
-    EXPECT_EQ(take_item(items, {0, {}}), tool_item::popup(u"P"));
-    EXPECT_EQ(items.size(), 3u);
-    EXPECT_EQ(items[1].contents.size(), 2u);
-}
-
-TEST(tool_items, have_no_places_elsewhere)
-{
-    std::vector<tool_item> items{tool_item::command(1), own_menu({tool_item::command(2)})};
-    const std::vector<tool_item> before = items;
-    EXPECT_FALSE(insert_item(items, {3, {}}, tool_item::separator()));
-    EXPECT_FALSE(insert_item(items, {0, 0}, tool_item::separator())) << "no menu";
-    EXPECT_FALSE(insert_item(items, {1, 2}, tool_item::separator()));
-    EXPECT_FALSE(insert_item(items, {1, 0}, tool_item::popup(u"P"))) << "one level is all";
-    EXPECT_FALSE(insert_item(items, {1, 0}, tool_item::menu(u"M")));
-    EXPECT_FALSE(insert_item(items, {9, 0}, tool_item::separator()));
-    EXPECT_EQ(take_item(items, {2, {}}), std::nullopt);
-    EXPECT_EQ(take_item(items, {0, 0}), std::nullopt);
-    EXPECT_EQ(take_item(items, {1, 1}), std::nullopt);
-    EXPECT_EQ(item_at(items, {2, {}}), nullptr);
-    EXPECT_EQ(item_at(items, {0, 0}), nullptr);
-    EXPECT_EQ(item_at(items, {1, 1}), nullptr);
-    EXPECT_EQ(items, before);
-
-    // Only menus that a person has put together have places within them.
-    std::vector<tool_item> closed{tool_item::popup(u"P"), tool_item::separator()};
-    for (std::size_t index = 0; index < closed.size(); ++index)
-        EXPECT_FALSE(insert_item(closed, {index, 0}, tool_item::command(1)));
-    EXPECT_TRUE(closed[0].contents.empty() && closed[1].contents.empty());
 }
 
 } // namespace
