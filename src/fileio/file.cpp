@@ -18,9 +18,9 @@ namespace {
 constexpr std::u16string_view network_schemes[] = {u"http://", u"https://"};
 
 constexpr std::uint32_t network_timeout_ms = 30000;
-constexpr std::uint32_t access_as_configured = 0;
 // Always from the server, past every cache, over a connection that stays.
-constexpr std::uint32_t network_open_flags = 0x80400100;
+constexpr std::uint32_t network_open_flags =
+    platform::transfer_reload | platform::transfer_keep_connection | platform::transfer_pragma_no_cache;
 
 bool is_network_path(const string& path)
 {
@@ -93,8 +93,8 @@ std::uint32_t file::open(const string& file_path, std::uint32_t access, std::uin
     path = file_path;
 
     if (is_network_path(path)) {
-        network_file =
-            new http_file(string(u"toys::file"), network_timeout_ms, access_as_configured, nullptr, nullptr, 0);
+        network_file = new http_file(string(u"toys::file"), network_timeout_ms, platform::access_as_configured, nullptr,
+                                     nullptr, 0);
         network_file->error_handler = error_handler;
         return network_file->open(path, string(), network_open_flags) ? platform::error_success
                                                                       : platform::get_last_error();
@@ -117,7 +117,11 @@ void file::close()
     if (!count || count->fetch_sub(1) != 1)
         return;
     delete count;
-    delete closing_network_file;
+    if (closing_network_file) {
+        closing_network_file->close_all();
+        closing_network_file->leave_shared_session();
+        closing_network_file->release();
+    }
     if (closing_handle != platform::invalid_file_handle && !platform::current().open->close(closing_handle))
         throw file_exception(path);
 }

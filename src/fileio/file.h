@@ -11,6 +11,7 @@
 namespace cw {
 
 class http_file;
+struct transfer_error_handler;
 
 /// Stands for "the page that the file has already".
 inline constexpr std::uint32_t code_page_of_file = 0xFFFFFFFF;
@@ -45,10 +46,10 @@ public:
 
     http_file* network_file = nullptr; // null for a local file
     platform::file_handle handle = platform::invalid_file_handle;
-    string path;                              // given to `open`; names the file in every exception
-    std::atomic<std::uint32_t>* shared_count; // null after `close`
-    void* error_handler = nullptr;            // handed to a network file
-    std::uint32_t code_page = 0;              // 0 where no mark was seen
+    string path;                                     // given to `open`; names the file in every exception
+    std::atomic<std::uint32_t>* shared_count;        // null after `close`
+    transfer_error_handler* error_handler = nullptr; // handed to a network file; not owned
+    std::uint32_t code_page = 0;                     // 0 where no mark was seen
     bool has_mark = false;
 
 private:

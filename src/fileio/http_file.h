@@ -1,49 +1,42 @@
-// A file behind an HTTP address, as the file object sees it: an address and a position in a session.
-// Sessions have no requests here, so whatever needs one says that it cannot connect.
+// A file behind an HTTP or HTTPS address: its status, size, date and position.
 #pragma once
 
+#include "fileio/inet_file.h"
 #include "foundation/string.h"
-#include "platform/services.h"
 
+#include <atomic>
 #include <cstdint>
 
 namespace cw {
 
-class http_file {
+class http_file : public inet_file {
 public:
-    /// Opens a session for `agent`; whether that worked shows when a file is opened. `proxy` and
-    /// `proxy_bypass` may be null for none.
+    /// `timeout` in milliseconds, for each wait. `proxy` and `proxy_bypass` may be null for none. Opens a
+    /// session, or takes part in the one that all files share where the system's transfers want that; whether
+    /// it worked shows when a file is opened.
     http_file(const string& agent, std::uint32_t timeout, std::uint32_t access_type, const char16_t* proxy,
               const char16_t* proxy_bypass, std::uint32_t session_flags);
-    /// Closes all, then the session.
-    virtual ~http_file();
-    http_file(const http_file&) = delete;
-    http_file& operator=(const http_file&) = delete;
+    ~http_file() override;
 
-    // Failing calls set the last error.
+    /// Checks the status of the answer as well.
+    bool wait(std::uint32_t timeout, platform::event_handle event, bool closing) override;
+    std::uint32_t seek(std::int32_t distance, std::uint32_t method) override;
+    [[nodiscard]] std::uint32_t size() override;
+    [[nodiscard]] bool last_modified(std::uint64_t* file_time) override;
+    void reserved_hook() override {}
+    std::uint32_t handle_error() override;
+    /// False for a status outside 200 to 299, which `last_error` and the last error then tell: 0x80040000 with
+    /// the status plus 0xD3C0. An answer without a status can be read.
+    bool check_status() override;
 
-    /// Takes an address; `headers` go with each request for it, `flags` say how it is asked for.
-    [[nodiscard]] bool open(const string& address, const string& headers, std::uint32_t flags);
-    /// `*read_in_bytes` is what came in, also where the rest failed.
-    [[nodiscard]] bool read(void* buffer, std::uint32_t size_in_bytes, std::uint32_t* read_in_bytes);
-    /// Moves the position; `method` is one of `platform::seek_begin` and the like. The new position;
-    /// 0xFFFFFFFF on failure, nothing having moved.
-    [[nodiscard]] virtual std::uint32_t seek(std::int32_t distance, std::uint32_t method);
-    /// In bytes; 0xFFFFFFFF on failure.
-    [[nodiscard]] virtual std::uint32_t size();
-    /// Forgets the address and goes to the start. Safe at any time; the session stays.
-    void close_all() noexcept;
+    /// Ends the part in the shared session; the last one to do so ends that.
+    void leave_shared_session() noexcept;
 
-    string url;
-    string extra_headers;
-    std::uint32_t position = 0;
-    std::uint32_t open_flags = 0;
-    std::uint32_t timeout_ms;
-    void* error_handler = nullptr; // asked what to do about an error of a request; null for nobody
-
-private:
-    platform::transfer_handle m_session;
-    std::uint32_t m_error; // why nothing can be asked for
+    bool shares_session = false;
 };
+
+/// The session that files share; null while nobody does.
+extern inet_session* shared_session;
+extern std::atomic<std::uint32_t> shared_session_users;
 
 } // namespace cw

@@ -25,7 +25,8 @@ inline constexpr std::uint32_t error_negative_seek = 131;
 inline constexpr std::uint32_t error_already_exists = 183;
 inline constexpr std::uint32_t error_more_data = 234;
 inline constexpr std::uint32_t error_arithmetic_overflow = 534;
-inline constexpr std::uint32_t error_internet_cannot_connect = 12029;
+inline constexpr std::uint32_t error_io_pending = 997;
+inline constexpr std::uint32_t error_cancelled = 1223;
 
 [[nodiscard]] std::uint32_t get_last_error() noexcept;
 void set_last_error(std::uint32_t code) noexcept;

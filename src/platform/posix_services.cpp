@@ -27,6 +27,13 @@ std::string machine_settings_file()
     return named && *named ? named : "/etc/cratewright/machine.ini";
 }
 
+/// As other programs take it from the environment; empty for what the system trusts.
+std::string trusted_certificates()
+{
+    const char* named = std::getenv("SSL_CERT_FILE");
+    return named ? named : "";
+}
+
 struct posix_set {
     std::unique_ptr<text_memory> memory = make_posix_text_memory();
     std::unique_ptr<code_pages> pages = make_icu_code_pages(charset_of_environment());
@@ -37,15 +44,18 @@ struct posix_set {
     std::unique_ptr<open_files> open = make_posix_open_files();
     std::unique_ptr<system_information> system = make_posix_system_information();
     std::unique_ptr<unique_ids> ids = make_random_unique_ids();
-    std::unique_ptr<transfers> network = make_unconnected_transfers();
+    std::unique_ptr<transfers> network = make_curl_transfers(trusted_certificates());
+    std::unique_ptr<thread_waits> waits = make_posix_thread_waits();
+    std::unique_ptr<clocks> time = make_posix_clocks();
     std::unique_ptr<machine_settings> machine =
         make_ini_machine_settings(machine_settings_file(), installed_library_folder());
+    std::unique_ptr<machine_settings> user_keys = make_ini_machine_settings({}, {});
     memory_user_settings user;
     std::unique_ptr<class_registry> classes = make_empty_class_registry();
     std::unique_ptr<runtime_contract> runtime = make_aborting_runtime();
-    services all{memory.get(),  pages.get(), rules.get(),   messages.get(), libraries.get(),
-                 files.get(),   open.get(),  system.get(),  ids.get(),      network.get(),
-                 machine.get(), &user,       classes.get(), runtime.get()};
+    services all{memory.get(),  pages.get(),   rules.get(), messages.get(), libraries.get(), files.get(),
+                 open.get(),    system.get(),  ids.get(),   network.get(),  waits.get(),     time.get(),
+                 machine.get(), user_keys.get(), &user,     classes.get(),  runtime.get()};
 };
 
 } // namespace

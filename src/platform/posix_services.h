@@ -27,8 +27,12 @@ namespace cw::platform {
 [[nodiscard]] std::unique_ptr<system_information> make_posix_system_information();
 /// GUIDs of version 4.
 [[nodiscard]] std::unique_ptr<unique_ids> make_random_unique_ids();
-/// Answers every request for a session with "cannot connect".
-[[nodiscard]] std::unique_ptr<transfers> make_unconnected_transfers();
+/// HTTP and HTTPS through libcurl. `certificates` is a file of the authorities that are trusted; empty for
+/// those of the system.
+[[nodiscard]] std::unique_ptr<transfers> make_curl_transfers(const std::string& certificates);
+/// Events of a process without a window.
+[[nodiscard]] std::unique_ptr<thread_waits> make_posix_thread_waits();
+[[nodiscard]] std::unique_ptr<clocks> make_posix_clocks();
 /// `file` is an INI file, its sections named like keys; one that is not there counts as empty.
 /// `common_files_folder` is what the installation's own entry says where the file does not.
 [[nodiscard]] std::unique_ptr<machine_settings> make_ini_machine_settings(const std::string& file,

@@ -3,6 +3,9 @@
 #pragma once
 
 #include "automation/dispatch.h"
+#include "platform/clocks.h"
+#include "platform/thread_waits.h"
+#include "platform/transfers.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -203,20 +206,10 @@ struct unique_ids {
     virtual void release(char16_t** text) noexcept = 0;
 };
 
-/// Transfers over a network.
-using transfer_handle = void*;
-struct transfers {
-    virtual ~transfers() = default;
-    /// Null on failure, the last error telling why.
-    virtual transfer_handle open_session(const char16_t* agent, std::uint32_t access_type, const char16_t* proxy,
-                                         const char16_t* proxy_bypass, std::uint32_t flags) noexcept = 0;
-    virtual bool close(transfer_handle handle) noexcept = 0;
-};
-
-/// A key of the machine's settings while it is open; null for none.
+/// A key of settings while it is open; null for none.
 using settings_key = void*;
 
-/// Read access to the machine's settings.
+/// Read access to settings by keys: the machine's, and the person's own of the same form.
 struct machine_settings {
     virtual ~machine_settings() = default;
     /// 0 or an error code.
@@ -266,7 +259,10 @@ struct services {
     system_information* system;
     unique_ids* ids;
     cw::platform::transfers* network;
+    thread_waits* waits;
+    clocks* time;
     machine_settings* machine;
+    machine_settings* user_keys;
     user_settings* user;
     class_registry* classes;
     runtime_contract* runtime;
