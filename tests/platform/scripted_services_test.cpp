@@ -477,23 +477,38 @@ TEST(scripted_services, identifiers)
                                                "RpcStringFreeW", "UuidToStringW"));
 }
 
-TEST(scripted_services, transfers)
+TEST(scripted_services, calls_fail_without_a_line_where_nobody_wants_it)
 {
     scripted_services script;
-    cw::platform::transfers& network = *current().network;
-    EXPECT_EQ(network.open_session(u"agent", 0, nullptr, nullptr, 0), nullptr);
-    EXPECT_EQ(get_last_error(), error_internet_cannot_connect);
-    EXPECT_FALSE(network.close(nullptr));
-    EXPECT_EQ(get_last_error(), error_invalid_handle);
-    int session = 0;
-    script.network.session = &session;
-    EXPECT_EQ(network.open_session(u"agent", 1, u"proxy:80", u"<local>", 0x10), &session);
-    EXPECT_TRUE(network.close(&session));
-    script.log.fail("InternetCloseHandle", 6);
-    EXPECT_FALSE(network.close(&session));
-    EXPECT_THAT(script.log.take(), ElementsAre("InternetOpenW agent 0 null null 0x00000000", "InternetCloseHandle",
-                                               "InternetOpenW agent 1 proxy:80 <local> 0x00000010",
-                                               "InternetCloseHandle", "InternetCloseHandle"));
+    script.log.fail("Quiet 1", 5, 2);
+    EXPECT_EQ(script.log.add_fallible_if(false, "Quiet", u"1"), std::nullopt);
+    EXPECT_EQ(script.log.add_fallible_if(false, "Quiet", u"2"), std::nullopt);
+    EXPECT_EQ(script.log.add_fallible_if(false, "Quiet", u"1"), 5u);
+    EXPECT_TRUE(script.log.lines.empty());
+    EXPECT_EQ(script.log.add_fallible_if(true, "Quiet", u"1"), std::nullopt);
+    script.log.add("Other");
+    script.log.add("Third", u"3");
+    EXPECT_THAT(script.log.of({"Third", "Quiet"}), ElementsAre("Quiet 1", "Third 3"));
+    EXPECT_EQ(cw::test_support::text_or_null(nullptr), u"null");
+    EXPECT_EQ(cw::test_support::text_or_null(u""), u"\"\"");
+    EXPECT_EQ(cw::test_support::text_or_null(u"a"), u"a");
+}
+
+TEST(scripted_services, settings_of_the_person_are_their_own)
+{
+    scripted_services script;
+    script.user_keys.keys[u"Software\\X"][u"Dir"] = u"ab";
+    script.user_keys.tells_room = true;
+    settings_key key = nullptr;
+    EXPECT_NE(current().machine->open_key(u"Software\\X", 0x20019, &key), 0u);
+    ASSERT_EQ(current().user_keys->open_key(u"Software\\X", 0x20019, &key), 0u);
+    char16_t target[3] = {};
+    std::uint32_t size = 4;
+    EXPECT_EQ(current().user_keys->query_value(key, u"Dir", target, &size), error_more_data);
+    EXPECT_EQ(current().user_keys->query_value(key, u"Dir", target, &size), 0u);
+    EXPECT_EQ(std::u16string(target), u"ab");
+    EXPECT_EQ(script.log.lines[2], "RegQueryValueExW Dir 4");
+    EXPECT_EQ(script.log.lines[3], "RegQueryValueExW Dir 6");
 }
 
 } // namespace
