@@ -38,11 +38,12 @@ public:
     bool to_file_time(const system_time* time, std::uint64_t* file_time) noexcept override
     {
         using namespace std::chrono;
-        const year_month_day date{year(time->year), month(time->month), day(time->day)};
         constexpr sys_days start = year(1601) / January / 1;
         constexpr int last_year = 30827; // of a file time that is no negative number
-        if (!date.ok() || time->year < 1601 || time->year > last_year || time->hour > 23 || time->minute > 59 ||
-            time->second > 59 || time->milliseconds > 999) {
+        const year_month_day date{year(time->year), month(time->month), day(time->day)};
+        // The parts of a date are narrower than the fields: 257 would become 1.
+        if (time->year < 1601 || time->year > last_year || time->month > 12 || time->day > 31 || !date.ok() ||
+            time->hour > 23 || time->minute > 59 || time->second > 59 || time->milliseconds > 999) {
             set_last_error(error_invalid_parameter);
             return false;
         }

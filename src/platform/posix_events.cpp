@@ -2,6 +2,7 @@
 
 #include "platform/last_error.h"
 
+#include <atomic>
 #include <cerrno>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -13,6 +14,10 @@ namespace {
 
 constexpr event_handle manual_reset_bit = 1;
 
+/// What was written before an event was set is to be seen by who finds it set. Reading the counter does that;
+/// looking whether it could be read does not.
+std::atomic<std::uint32_t> times_set = 0;
+
 event_handle handle_of(int descriptor, bool manual_reset) noexcept
 {
     // No descriptor makes the handle that means none.
@@ -22,7 +27,7 @@ event_handle handle_of(int descriptor, bool manual_reset) noexcept
 bool is_readable(int descriptor) noexcept
 {
     pollfd waited{descriptor, POLLIN, 0};
-    return poll(&waited, 1, 0) == 1 && (waited.revents & POLLIN);
+    return poll(&waited, 1, 0) == 1 && (waited.revents & POLLIN) != 0;
 }
 
 bool failed_with_errno() noexcept
@@ -31,13 +36,16 @@ bool failed_with_errno() noexcept
     return false;
 }
 
-/// What a descriptor's counter held; 0 where nobody had signalled, -1 on failure.
-std::int64_t drained(int descriptor) noexcept
+enum class drained { was_set, was_not_set, failed };
+
+/// However often the event was set, one read takes all of it back. Plain reads and writes, as the wrappers of
+/// the C library hide from the thread sanitizer what one thread hands to another.
+drained drain(int descriptor) noexcept
 {
-    eventfd_t count = 0;
-    if (eventfd_read(descriptor, &count) == 0)
-        return 1;
-    return errno == EAGAIN ? 0 : -1;
+    std::uint64_t count = 0;
+    if (read(descriptor, &count, sizeof count) == sizeof count)
+        return drained::was_set;
+    return errno == EAGAIN ? drained::was_not_set : drained::failed;
 }
 
 } // namespace
@@ -50,7 +58,12 @@ int descriptor_of_event(event_handle event) noexcept
 bool take_event(event_handle event) noexcept
 {
     const int descriptor = descriptor_of_event(event);
-    return event & manual_reset_bit ? is_readable(descriptor) : drained(descriptor) > 0;
+    if ((event & manual_reset_bit) == 0)
+        return drain(descriptor) == drained::was_set;
+    if (!is_readable(descriptor))
+        return false;
+    (void)times_set.load(std::memory_order_acquire);
+    return true;
 }
 
 event_handle create_posix_event(bool manual_reset, bool signalled) noexcept
@@ -65,13 +78,16 @@ event_handle create_posix_event(bool manual_reset, bool signalled) noexcept
 
 bool set_posix_event(event_handle event) noexcept
 {
+    times_set.fetch_add(1, std::memory_order_release);
+    const std::uint64_t once = 1;
     // A counter that is full is signalled as well.
-    return eventfd_write(descriptor_of_event(event), 1) == 0 || errno == EAGAIN || failed_with_errno();
+    return write(descriptor_of_event(event), &once, sizeof once) == sizeof once || errno == EAGAIN ||
+           failed_with_errno();
 }
 
 bool reset_posix_event(event_handle event) noexcept
 {
-    return drained(descriptor_of_event(event)) >= 0 || failed_with_errno();
+    return drain(descriptor_of_event(event)) != drained::failed || failed_with_errno();
 }
 
 bool close_posix_event(event_handle event) noexcept

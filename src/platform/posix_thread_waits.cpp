@@ -43,10 +43,16 @@ public:
             set_last_error(error_invalid_parameter);
             return wait_failed;
         }
-        const steady::time_point end = steady::now() + std::chrono::milliseconds(timeout_ms);
         std::array<pollfd, most_events> waited{};
-        for (std::uint32_t i = 0; i < count; ++i)
+        for (std::uint32_t i = 0; i < count; ++i) {
             waited[i] = {descriptor_of_event(events[i]), POLLIN, 0};
+            // One below 0 would be passed over, and waited for until the end of time.
+            if (waited[i].fd < 0) {
+                set_last_error(error_invalid_handle);
+                return wait_failed;
+            }
+        }
+        const steady::time_point end = steady::now() + std::chrono::milliseconds(timeout_ms);
         for (;;) {
             const int left = timeout_ms == wait_for_ever ? -1 : left_until(end);
             const int ready = poll(waited.data(), count, left);
@@ -55,11 +61,12 @@ public:
                 return wait_failed;
             }
             for (std::uint32_t i = 0; ready > 0 && i < count; ++i) {
-                if (waited[i].revents & (POLLNVAL | POLLERR)) {
+                if ((waited[i].revents & (POLLNVAL | POLLERR)) != 0) {
                     set_last_error(error_invalid_handle);
                     return wait_failed;
                 }
-                if (waited[i].revents && take_event(events[i]))
+                // Another thread may have been quicker.
+                if (waited[i].revents != 0 && take_event(events[i]))
                     return wait_object + i;
             }
             if (ready == 0 && left == 0)
