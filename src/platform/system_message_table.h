@@ -12,6 +12,12 @@ struct system_message_row {
     std::u16string_view text;
 };
 
+/// The result code of an answer whose status says that the request failed.
+constexpr std::uint32_t failed_status(std::uint32_t status)
+{
+    return 0x80040000 | (status + 0xD3C0);
+}
+
 // In ascending order of the codes. A result code of the form 0x8007nnnn that has no row of its own
 // takes the text of system error nnnn.
 inline constexpr std::array system_message_rows{
@@ -70,6 +76,7 @@ inline constexpr std::array system_message_rows{
     system_message_row{534, u"Arithmetic result exceeded 32 bits."},
     system_message_row{995, u"The I/O operation has been aborted because of either a thread exit or an application "
                             u"request."},
+    system_message_row{997, u"The operation has begun and is not at its end yet."},
     system_message_row{998, u"Invalid access to memory location."},
     system_message_row{1117, u"The request could not be performed because of an I/O device error."},
     system_message_row{1142, u"An attempt was made to create more links on a file than the file system supports."},
@@ -77,6 +84,27 @@ inline constexpr std::array system_message_rows{
     system_message_row{1392, u"The file or directory is corrupted and unreadable."},
     system_message_row{1460, u"This operation returned because the timeout period expired."},
     system_message_row{1921, u"The name of the file cannot be resolved by the system."},
+    system_message_row{12002, u"The request took too long and was given up."},
+    system_message_row{12003, u"The server answered with an error of its own."},
+    system_message_row{12004, u"An internal error occurred in the transfer."},
+    system_message_row{12005, u"The address is not valid."},
+    system_message_row{12006, u"The scheme of the address is not known."},
+    system_message_row{12007, u"The name of the server could not be resolved."},
+    system_message_row{12017, u"The operation was cancelled."},
+    system_message_row{12018, u"The handle is of the wrong type for this operation."},
+    system_message_row{12019, u"The handle is not in the state that this operation needs."},
+    system_message_row{12029, u"A connection to the server could not be made."},
+    system_message_row{12030, u"The connection to the server was ended before its time."},
+    system_message_row{12031, u"The connection to the server was reset."},
+    system_message_row{12032, u"The request has to be made again."},
+    system_message_row{12037, u"The server's certificate is not valid at this date."},
+    system_message_row{12038, u"The server's certificate was given out for another name."},
+    system_message_row{12040, u"The server leads from a secure connection to one that is not."},
+    system_message_row{12045, u"The server's certificate comes from an authority that is not trusted."},
+    system_message_row{12150, u"The answer of the server does not have the header that was asked for."},
+    system_message_row{12152, u"The answer of the server could not be understood."},
+    system_message_row{12156, u"The server leads from address to address without end."},
+    system_message_row{12157, u"A secure connection to the server could not be made."},
     system_message_row{0x80004001, u"Not implemented"},
     system_message_row{0x80004002, u"No such interface supported"},
     system_message_row{0x80004003, u"Invalid pointer"},
@@ -102,6 +130,19 @@ inline constexpr std::array system_message_rows{
     system_message_row{0x80040111, u"ClassFactory cannot supply requested class"},
     system_message_row{0x80040154, u"Class not registered"},
     system_message_row{0x800401F3, u"Invalid class string"},
+    // Statuses of answers of servers.
+    system_message_row{failed_status(400), u"The server could not understand the request."},
+    system_message_row{failed_status(401), u"The server wants to know who is asking."},
+    system_message_row{failed_status(403), u"The server does not allow access to this address."},
+    system_message_row{failed_status(404), u"The server has nothing at this address."},
+    system_message_row{failed_status(407), u"The proxy wants to know who is asking."},
+    system_message_row{failed_status(410), u"The server has nothing at this address any more."},
+    system_message_row{failed_status(416), u"The server cannot begin at this place of the file."},
+    system_message_row{failed_status(429), u"The server was asked too often in too short a time."},
+    system_message_row{failed_status(500), u"An error occurred within the server."},
+    system_message_row{failed_status(502), u"A server behind the server gave an answer that could not be understood."},
+    system_message_row{failed_status(503), u"The server cannot answer at the moment."},
+    system_message_row{failed_status(504), u"A server behind the server did not answer in time."},
 };
 
 } // namespace cw::platform
