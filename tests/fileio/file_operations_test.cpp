@@ -21,6 +21,7 @@ namespace {
 
 namespace platform = cw::platform;
 using cw::string;
+using cw::test_support::failed;
 using cw::test_support::temporary_folder;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -326,6 +327,7 @@ TEST_F(file_operations, an_address_is_a_path_unless_the_network_is_wanted)
     scripted.files.folders = {u"http://server/x"};
     EXPECT_TRUE(cw::path_exists(u"http://server/x", cw::accept_folder));
     EXPECT_THAT(calls(), ElementsAre("GetFileAttributesW http://server/x"));
+    scripted.network.answer.body = "";
     EXPECT_FALSE(cw::path_exists(u"http://server/x", cw::accept_folder | cw::check_url));
     EXPECT_EQ(scripted.log.count("GetFileAttributesW"), 0u);
     EXPECT_TRUE(cw::path_exists(u"http://server/x", cw::accept_folder));
@@ -337,8 +339,10 @@ TEST_F(file_operations, each_kind_of_address_is_tested_over_the_network)
 {
     for (const char16_t* address : {u"http://server/x", u"HTTPS://server/x"}) {
         scripted.log.lines.clear();
-        EXPECT_FALSE(cw::path_exists(address, cw::accept_file | cw::check_url));
+        scripted.network.answer.body = "1";
+        EXPECT_TRUE(cw::path_exists(address, cw::accept_file | cw::check_url));
         EXPECT_EQ(scripted.log.count("InternetOpenW"), 1u);
+        scripted.network.requests = {failed(platform::error_internet_cannot_connect)};
         EXPECT_EQ(raised_by([&] { return cw::path_exists(address, cw::check_url | cw::raise_on_error); }),
                   (raised{true, platform::error_internet_cannot_connect, address}));
     }
@@ -374,35 +378,53 @@ TEST_F(file_operations, an_address_that_cannot_be_opened_raises_where_wanted)
     EXPECT_FALSE(cw::url_exists(u"ftp://server/x", any_kind));
     EXPECT_EQ(raised_by([] { return cw::url_exists(u"ftp://server/x", cw::raise_on_error); }),
               (raised{true, 123, u"ftp://server/x"}));
+    scripted.log.fail("InternetSetStatusCallbackW", platform::error_internet_cannot_connect);
     EXPECT_FALSE(cw::url_exists(u"http://server/x", any_kind));
     EXPECT_EQ(raised_by([] { return cw::url_exists(u"http://server/x", cw::raise_on_error); }),
               (raised{true, platform::error_internet_cannot_connect, u"http://server/x"}));
 }
 
+TEST_F(file_operations, an_address_of_the_web_exists_where_something_can_be_read)
+{
+    for (const auto& [body, exists] : {std::pair{"1", true}, {"123456", true}, {"", false}}) {
+        scripted.network.answer.body = body;
+        EXPECT_EQ(cw::url_exists(u"http://server/x", cw::raise_on_error), exists);
+        EXPECT_EQ(cw::url_exists(u"HTTPS://server/x", 0), exists);
+    }
+    EXPECT_EQ(scripted.log.count("InternetOpenUrlW"), 3u);
+    EXPECT_EQ(scripted.log.count("HttpOpenRequestW"), 3u);
+    EXPECT_EQ(scripted.log.count("InternetReadFile 5"), 6u);
+    EXPECT_EQ(scripted.network.open_handles(), 0u);
+}
+
 TEST_F(file_operations, an_address_that_a_server_does_not_know_raises_nothing)
 {
+    scripted.network.answer.status = 404;
+    EXPECT_FALSE(cw::url_exists(u"http://server/x", cw::raise_on_error));
+    EXPECT_FALSE(cw::url_exists(u"https://server/x", cw::raise_on_error));
+    EXPECT_EQ(scripted.network.open_handles(), 0u);
+    // The low half alone tells it.
     for (const std::uint32_t code : {0x8004D554u, 0xD554u, 0x1234D554u}) {
-        scripted.network.open_error = code;
+        scripted.network.requests = {failed(code)};
         EXPECT_FALSE(cw::url_exists(u"http://server/x", cw::raise_on_error)) << code;
-    }
-    for (const std::uint32_t code : {0x8004D555u, 0x8004D454u, 0xD5540000u}) {
-        scripted.network.open_error = code;
-        EXPECT_EQ(raised_by([] { return cw::url_exists(u"http://server/x", cw::raise_on_error); }),
-                  (raised{true, code, u"http://server/x"}));
-        EXPECT_FALSE(cw::url_exists(u"http://server/x", any_kind));
     }
 }
 
 TEST_F(file_operations, an_address_that_cannot_be_read_raises_where_wanted)
 {
-    int session = 0;
-    scripted.network.session = &session;
+    for (const std::uint32_t code : {0x8004D555u, 0x8004D454u, 0xD5540000u, 12007u}) {
+        scripted.network.requests = {failed(code)};
+        EXPECT_EQ(raised_by([] { return cw::url_exists(u"http://server/x", cw::raise_on_error); }),
+                  (raised{true, code, u"http://server/x"}));
+        scripted.network.requests = {failed(code)};
+        EXPECT_FALSE(cw::url_exists(u"http://server/x", any_kind));
+    }
+    scripted.network.answer.status = 403;
+    EXPECT_EQ(raised_by([] { return cw::url_exists(u"http://server/x", cw::raise_on_error); }),
+              (raised{true, 0x8004D553, u"http://server/x"}));
     EXPECT_FALSE(cw::url_exists(u"http://server/x", any_kind));
-    const auto failure = raised_by([] { return cw::url_exists(u"http://server/x", cw::raise_on_error); });
-    ASSERT_TRUE(failure);
-    EXPECT_TRUE(failure->is_of_network);
-    EXPECT_EQ(failure->path, u"http://server/x");
-    EXPECT_EQ(scripted.log.count("InternetOpenW"), scripted.log.count("InternetCloseHandle"));
+    EXPECT_EQ(scripted.log.count("InternetOpenW"), 10u);
+    EXPECT_EQ(scripted.network.open_handles(), 0u);
 }
 
 TEST_F(file_operations, only_failures_of_the_network_are_caught)

@@ -4,6 +4,7 @@
 #include "foundation/exceptions.h"
 #include "platform/last_error.h"
 
+#include "tests/fileio/transfer_files.h"
 #include "tests/foundation/printing.h"
 #include "tests/support/scripted_services.h"
 #include "tests/support/temporary_folder.h"
@@ -69,7 +70,6 @@ std::uint32_t open_for_reading(file& target, std::u16string_view path)
 class file_test : public testing::Test {
 protected:
     scripted_services script;
-    int session = 0;
 
     void add(std::u16string_view path, std::string_view bytes) { script.files.add_file(path, bytes); }
 
@@ -234,7 +234,7 @@ TEST_F(file_test, schemes_of_the_web_make_a_network_file_whatever_their_case)
     for (const char16_t* path : {u"http://example.org/a", u"HTTP://EXAMPLE.ORG", u"hTtP://x", u"http://",
                                  u"https://example.org/a", u"HTTPS://x", u"https://"}) {
         file opened;
-        EXPECT_EQ(open_for_reading(opened, path), error_internet_cannot_connect) << to_utf8(path);
+        EXPECT_EQ(open_for_reading(opened, path), 0u) << to_utf8(path);
         EXPECT_NE(opened.network_file, nullptr) << to_utf8(path);
         EXPECT_EQ(script.log.count("CreateFileW"), 0u) << to_utf8(path);
     }
@@ -570,7 +570,7 @@ TEST_F(file_test, copies_share_the_file_and_the_last_closes_it)
 {
     add(u"C:\\a", "\xEF\xBB\xBF");
     file opened;
-    int handler = 0;
+    cw::test_support::scripted_error_handler handler;
     opened.error_handler = &handler;
     open_for_reading(opened, u"C:\\a");
     calls();
@@ -631,18 +631,22 @@ TEST_F(file_test, copies_come_and_go_on_any_thread)
 
 // --- addresses ---
 
-TEST_F(file_test, a_network_file_without_a_session_answers_its_error)
+TEST_F(file_test, a_network_file_that_takes_no_address_answers_why)
 {
-    script.network.open_error = 12002;
+    script.log.fail("InternetOpenW", 12002);
+    script.log.fail("InternetCanonicalizeUrlW", error_internet_invalid_url);
     file opened;
-    EXPECT_EQ(open_for_reading(opened, u"http://example.org/a"), 12002u);
+    EXPECT_EQ(open_for_reading(opened, u"http://example.org/a"), error_invalid_handle); // without a session
     EXPECT_EQ(opened.handle, invalid_file_handle);
     EXPECT_NE(opened.network_file, nullptr);
     EXPECT_EQ(opened.shared_count->load(), 1u);
     EXPECT_EQ(opened.path, u"http://example.org/a");
     opened.close();
     EXPECT_EQ(opened.network_file, nullptr);
-    EXPECT_THAT(calls(), ElementsAre("InternetOpenW toys::file 0 null null 0x10000000"));
+    EXPECT_EQ(script.log.count("InternetCloseHandle"), 0u);
+    script.log.fail_nothing();
+    script.log.fail("InternetCanonicalizeUrlW", error_internet_invalid_url);
+    EXPECT_EQ(open_for_reading(opened, u"http://example.org/a"), error_internet_invalid_url);
 }
 
 class network_file : public file_test {
@@ -650,36 +654,63 @@ protected:
     // Owned through a pointer: a fixture's end throws nothing.
     std::unique_ptr<file> owner = std::make_unique<file>();
     file& opened = *owner;
-    int handler = 0;
+    cw::test_support::scripted_error_handler handler;
     network_file()
     {
-        script.network.session = &session;
         opened.error_handler = &handler;
-        EXPECT_EQ(open_for_reading(opened, u"https://example.org/a"), 0u);
+        handler.otherwise = error_cancelled;
+        script.network.answer.body = "\xFF\xFEsome text";
+        EXPECT_EQ(open_for_reading(opened, u"HTTPS://example.org/a"), 0u);
     }
 };
 
 TEST_F(network_file, is_asked_for_past_every_cache_and_not_searched_for_a_mark)
 {
-    EXPECT_THAT(calls(), ElementsAre("InternetOpenW toys::file 0 null null 0x10000000"));
+    EXPECT_THAT(calls(),
+                ElementsAre("InternetQueryOptionW 0x00000028 8", "InternetOpenW toys::file 0 null null 0x10000000",
+                            "InternetSetStatusCallbackW 101", "InternetCanonicalizeUrlW 41 0x12000000"));
     EXPECT_EQ(opened.handle, invalid_file_handle);
     EXPECT_EQ(opened.shared_count->load(), 1u);
+    EXPECT_FALSE(opened.has_mark);
+    EXPECT_EQ(opened.code_page, 0u);
     ASSERT_NE(opened.network_file, nullptr);
-    EXPECT_EQ(opened.network_file->url, u"https://example.org/a");
+    EXPECT_EQ(opened.network_file->url, u"HTTPS://example.org/a");
     EXPECT_EQ(opened.network_file->extra_headers, u"");
     EXPECT_EQ(opened.network_file->open_flags, 0x80400100u);
     EXPECT_EQ(opened.network_file->timeout_ms, 30000u);
     EXPECT_EQ(opened.network_file->error_handler, &handler);
+    EXPECT_FALSE(opened.network_file->shares_session);
+}
+
+TEST_F(network_file, reads_sizes_and_moves)
+{
+    char bytes[20] = {};
+    EXPECT_EQ(opened.read(bytes, 6), 6u);
+    EXPECT_EQ(std::string(bytes), "\xFF\xFEsome");
+    std::uint32_t high = 9;
+    EXPECT_EQ(opened.size(&high), 11u);
+    EXPECT_EQ(high, 0u);
+    EXPECT_EQ(opened.read(bytes, 20), 5u);
+    EXPECT_EQ(std::string(bytes, 5), " text");
+    EXPECT_EQ(opened.seek(-4, seek_end, nullptr), 7u);
+    EXPECT_EQ(opened.read(bytes, 0xFFFFFFFF), 1u);
+    EXPECT_EQ(bytes[0], 't');
+    opened.detect_text_encoding();
+    EXPECT_TRUE(opened.has_mark);
+    EXPECT_EQ(opened.code_page, 1200u);
 }
 
 TEST_F(network_file, fails_with_errors_of_the_network)
 {
-    const failure cannot_connect{"network", error_internet_cannot_connect, u"https://example.org/a"};
+    script.network.answer.status = 404;
+    const failure not_found{"network", 0x8004D554, u"HTTPS://example.org/a"};
+    EXPECT_EQ(failure_of([&] { static_cast<void>(opened.size(nullptr)); }), not_found);
+    EXPECT_EQ(failure_of([&] { opened.seek(0, seek_end, nullptr); }), not_found);
     char byte = 0;
-    EXPECT_EQ(failure_of([&] { opened.read(&byte, 1); }), cannot_connect);
-    EXPECT_EQ(failure_of([&] { static_cast<void>(opened.size(nullptr)); }), cannot_connect);
-    EXPECT_EQ(failure_of([&] { opened.seek(0, seek_end, nullptr); }), cannot_connect);
+    EXPECT_EQ(failure_of([&] { opened.read(&byte, 1); }), not_found);
     EXPECT_EQ(script.log.count("ReadFile") + script.log.count("GetFileSize") + script.log.count("SetFilePointer"), 0u);
+    EXPECT_EQ(handler.asked.size(), 3u);
+    EXPECT_EQ(script.log.count("InternetErrorDlg"), 0u);
 }
 
 TEST_F(network_file, moves_by_the_low_half_alone)
@@ -688,18 +719,23 @@ TEST_F(network_file, moves_by_the_low_half_alone)
     EXPECT_EQ(opened.seek(70, seek_begin, &high), 70u);
     EXPECT_EQ(opened.seek(5, seek_current, nullptr), 75u);
     EXPECT_EQ(high, 9);
-    EXPECT_EQ(failure_of([&] { opened.seek(-1, seek_begin, &high); }).kind, "network");
+    EXPECT_EQ(failure_of([&] { opened.seek(-1, seek_begin, &high); }),
+              (failure{"network", error_negative_seek, u"HTTPS://example.org/a"}));
 }
 
 TEST_F(network_file, has_no_high_half_of_its_size)
 {
+    script.network.answer.tells_length = false;
     std::uint32_t high = 9;
-    EXPECT_EQ(failure_of([&] { static_cast<void>(opened.size(&high)); }).kind, "network");
+    EXPECT_EQ(failure_of([&] { static_cast<void>(opened.size(&high)); }),
+              (failure{"network", error_http_header_not_found, u"HTTPS://example.org/a"}));
     EXPECT_EQ(high, 0u);
 }
 
-TEST_F(network_file, gives_its_session_up_with_its_last_copy)
+TEST_F(network_file, gives_all_up_with_its_last_copy)
 {
+    char byte = 0;
+    opened.read(&byte, 1);
     calls();
     {
         const file copy(opened);
@@ -707,7 +743,27 @@ TEST_F(network_file, gives_its_session_up_with_its_last_copy)
         opened.close();
         EXPECT_THAT(calls(), IsEmpty());
     }
-    EXPECT_THAT(calls(), ElementsAre("InternetCloseHandle"));
+    EXPECT_THAT(calls(), ElementsAre("InternetCloseHandle 102", "InternetCloseHandle 103", "InternetCloseHandle 101"));
+    EXPECT_EQ(script.network.open_handles(), 0u);
+    EXPECT_EQ(script.waits.open_events(), 0u);
+}
+
+TEST_F(file_test, network_files_give_their_part_in_a_shared_session_up)
+{
+    script.network.minor_version = 1;
+    file one;
+    file other;
+    EXPECT_EQ(open_for_reading(one, u"http://example.org/a"), 0u);
+    EXPECT_EQ(open_for_reading(other, u"http://example.org/b"), 0u);
+    EXPECT_EQ(script.log.count("InternetOpenW"), 1u);
+    EXPECT_EQ(cw::shared_session_users, 2u);
+    one.close();
+    EXPECT_EQ(cw::shared_session_users, 1u);
+    EXPECT_EQ(script.network.open_handles(), 1u);
+    other.close();
+    EXPECT_EQ(cw::shared_session_users, 0u);
+    EXPECT_EQ(cw::shared_session, nullptr);
+    EXPECT_EQ(script.network.open_handles(), 0u);
 }
 
 /// One that answers: what the file object hands over and hands back.
@@ -763,7 +819,6 @@ TEST_F(file_on_this_system, tells_why_nothing_opens)
     file opened;
     EXPECT_EQ(open_for_reading(opened, folder.wide_file("absent")), error_file_not_found);
     EXPECT_EQ(open_for_reading(opened, folder.path().u16string()), error_access_denied);
-    EXPECT_EQ(open_for_reading(opened, u"http://127.0.0.1/a"), error_internet_cannot_connect);
     EXPECT_NE(open_for_reading(opened, u"ftp://127.0.0.1/a"), 0u);
     EXPECT_EQ(opened.network_file, nullptr);
 }
