@@ -12,8 +12,21 @@
 #include <cstdio>
 
 namespace cw {
+namespace {
 
-main_window_host::main_window_host(std::vector<std::u16string> arguments) : m_arguments(std::move(arguments)) {}
+platform::services with(platform::thread_waits& waits)
+{
+    platform::services set = platform::current();
+    set.waits = &waits;
+    return set;
+}
+
+} // namespace
+
+main_window_host::main_window_host(std::vector<std::u16string> arguments)
+    : m_arguments(std::move(arguments)), m_withWaits(with(m_waits))
+{
+}
 
 // The platform has no counterpart of the next four: Qt brings all of it up with the application.
 

@@ -4,8 +4,10 @@
 
 #include "app/application.h"
 #include "desktop/qt_services.h"
+#include "desktop/qt_thread_waits.h"
 #include "desktop/qt_toolkit.h"
 #include "platform/ini_user_settings.h"
+#include "platform/posix_services.h"
 #include "platform/services.h"
 
 #include <QString>
@@ -41,6 +43,8 @@ private:
     std::vector<std::u16string> m_arguments;
     qt_toolkit m_toolkit;
     qt_services m_services{m_toolkit};
+    qt_thread_waits m_waits{m_toolkit, *platform::posix_services().waits};
+    platform::scoped_services m_withWaits;
     std::optional<platform::ini_user_settings> m_settings;
     std::optional<platform::scoped_services> m_installed;
 };
