@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,21 @@ protected:
     }
     /// A person tries again for ever.
     void always_retry() { script.network.dialog_answers.assign(100, platform::error_internet_force_retry); }
+};
+
+/// One such file, without an address yet.
+class plain_file_test : public transfer_test {
+protected:
+    static constexpr std::uint32_t usual_flags = 0x80400100;
+
+    std::unique_ptr<plain_file> owner = std::make_unique<plain_file>();
+    plain_file& file = *owner;
+
+    void open(const char16_t* address = u"http://h/a", const char16_t* headers = u"", std::uint32_t flags = usual_flags)
+    {
+        EXPECT_TRUE(file.open(string(address), string(headers), flags));
+        script.log.lines.clear();
+    }
 };
 
 } // namespace cw::test_support

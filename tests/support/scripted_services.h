@@ -13,6 +13,7 @@
 #include "tests/support/scripted_transfers.h"
 #include "tests/support/scripted_waits.h"
 
+#include <atomic>
 #include <deque>
 #include <map>
 #include <optional>
@@ -30,7 +31,7 @@ struct scripted_text_memory final : platform::text_memory {
     /// What every call leaves as last error.
     std::optional<std::uint32_t> last_error_left;
     int allocations = 0;
-    int releases = 0;
+    std::atomic<int> releases = 0; // copies go on any thread
     /// The counts asked of `allocate` and the sizes asked of `allocate_bytes`.
     std::vector<std::size_t> sizes;
 
