@@ -51,9 +51,10 @@ constexpr std::array error_rows{
     error_row{CURLE_SSL_CLIENTCERT, error_internet_security_channel_error},
 };
 
-// The numbers of X.509 verification. A chain that is well (0) was refused for the host's name.
+// The numbers of X.509 verification. libcurl looks at the host itself; a chain that nothing is told of was well.
 constexpr std::array verify_rows{
-    error_row{0, error_internet_certificate_name_invalid},  // the host is looked at by libcurl, after the chain
+    error_row{0, error_internet_certificate_name_invalid},
+    error_row{1, error_internet_certificate_name_invalid},  // as it stands before anything is told
     error_row{9, error_internet_certificate_date_invalid},  // not yet valid
     error_row{10, error_internet_certificate_date_invalid}, // no longer valid
     error_row{62, error_internet_certificate_name_invalid}, // another host

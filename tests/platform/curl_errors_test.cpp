@@ -44,9 +44,10 @@ TEST(curl_errors, tells_why_a_certificate_was_refused)
         long verify_result;
         std::uint32_t error;
     } constexpr rows[] = {
-        {0, error_internet_certificate_name_invalid},  {9, error_internet_certificate_date_invalid},
-        {10, error_internet_certificate_date_invalid}, {62, error_internet_certificate_name_invalid},
-        {18, error_internet_invalid_authority},        {20, error_internet_invalid_authority},
+        {0, error_internet_certificate_name_invalid},  {1, error_internet_certificate_name_invalid},
+        {9, error_internet_certificate_date_invalid},  {10, error_internet_certificate_date_invalid},
+        {62, error_internet_certificate_name_invalid}, {18, error_internet_invalid_authority},
+        {20, error_internet_invalid_authority},
     };
     for (const auto& row : rows)
         EXPECT_EQ(error_of_transfer({.code = CURLE_PEER_FAILED_VERIFICATION, .verify_result = row.verify_result}),

@@ -1,1 +1,194 @@
 #include "platform/curl_session.h"
+
+#include "platform/curl_request.h"
+#include "tests/platform/curl_client.h"
+#include "tests/support/surroundings.h"
+#include "tests/support/web_server.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <iterator>
+
+namespace {
+
+using namespace cw::platform;
+using cw::platform::test::curl_client;
+using cw::platform::test::told_events;
+using cw::test_support::open_descriptors;
+using cw::test_support::web_server;
+
+std::ptrdiff_t threads()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
+TEST(curl_session, has_a_thread_from_the_first_request_on)
+{
+    web_server server;
+    const std::ptrdiff_t before = threads();
+    const std::ptrdiff_t descriptors = open_descriptors();
+    {
+        curl_client client;
+        EXPECT_EQ(threads(), before);
+        EXPECT_EQ(open_descriptors(), descriptors);
+        std::string body;
+        ASSERT_EQ(client.fetch(server.wide_address("/plain/5"), body), 0U);
+        EXPECT_EQ(threads(), before + 1);
+    }
+    EXPECT_EQ(threads(), before);
+    EXPECT_EQ(open_descriptors(), descriptors);
+}
+
+TEST(curl_session, leaves_nothing_behind)
+{
+    web_server server;
+    std::string body;
+    ASSERT_EQ(curl_client{}.fetch(server.wide_address("/plain/5"), body), 0U);
+    const std::ptrdiff_t thread_count = threads();
+    const std::ptrdiff_t descriptors = open_descriptors();
+    for (int i = 0; i < 200; ++i) {
+        told_events open; // it outlives the session that may tell it something
+        curl_client client;
+        ASSERT_EQ(client.fetch(server.wide_address("/plain/1000"), body, nullptr, transfer_keep_connection), 0U);
+        client.network->open_url(client.session, server.wide_address("/stall/100/10").c_str(), nullptr, 0, 0, &open);
+        if (i % 2 == 0)
+            client.close(open);
+    }
+    EXPECT_EQ(threads(), thread_count);
+    EXPECT_EQ(open_descriptors(), descriptors);
+}
+
+TEST(curl_session, ends_requests_that_are_open)
+{
+    web_server server;
+    told_events events[3];
+    told_events of_connection;
+    curl_client client;
+    std::array<char, 100> buffer{};
+    std::uint32_t count = 0;
+    ASSERT_EQ(client.open(events[0], server.wide_address("/stall/100/10")), 0U);
+    client.network->read(events[0].handle(), buffer.data(), buffer.size(), &count);
+    ASSERT_EQ(get_last_error(), error_io_pending);
+    ASSERT_EQ(client.open(events[1], server.wide_address("/plain/10")), 0U);
+    client.network->open_url(client.session, server.wide_address("/stall-headers").c_str(), nullptr, 0, 0, &events[2]);
+    const transfer_handle connection = client.network->connect(client.session, u"127.0.0.1", server.port(), nullptr,
+                                                               nullptr, service_http, 0, &of_connection);
+    const std::size_t told = events[0].all().size() + events[1].all().size() + events[2].all().size();
+    EXPECT_TRUE(client.network->close(client.session));
+    EXPECT_EQ(events[0].all().size() + events[1].all().size() + events[2].all().size(), told);
+
+    // Their handles can be closed, once, and nothing else.
+    for (told_events& one : events) {
+        std::uint32_t number = 0;
+        EXPECT_EQ(client.query(one.handle(), query_status_code | query_as_number, number),
+                  error_internet_incorrect_handle_state);
+        EXPECT_FALSE(client.network->read(one.handle(), buffer.data(), 1, &count));
+        EXPECT_EQ(get_last_error(), error_internet_incorrect_handle_state);
+        EXPECT_EQ(client.send_again(one), error_internet_incorrect_handle_state);
+        EXPECT_TRUE(client.close(one));
+        EXPECT_EQ(one.all().back().status, status_handle_closing);
+        EXPECT_FALSE(client.close(one));
+    }
+    EXPECT_EQ(client.network->open_request(connection, nullptr, u"/", nullptr, nullptr, nullptr, 0, nullptr), nullptr);
+    EXPECT_EQ(get_last_error(), error_internet_incorrect_handle_state);
+    EXPECT_TRUE(client.close(of_connection));
+    EXPECT_FALSE(client.network->close(client.session));
+    EXPECT_EQ(get_last_error(), error_invalid_handle);
+}
+
+TEST(curl_session, takes_no_more_requests_when_it_is_closed)
+{
+    const auto session = std::make_shared<curl_session>(curl_session_settings{});
+    const auto request = std::make_shared<curl_request>(session, curl_request_plan{}, status_listener{});
+    session->close();
+    EXPECT_TRUE(session->is_closed());
+    EXPECT_FALSE(session->post(request));
+    EXPECT_EQ(request->send({}, {}, 1), error_internet_incorrect_handle_state);
+    session->close();
+    EXPECT_EQ(request.use_count(), 1);
+}
+
+TEST(curl_session, runs_many_requests_beside_each_other)
+{
+    web_server server;
+    constexpr std::size_t count = 60;
+    std::vector<told_events> events(count);
+    curl_client client;
+    for (std::size_t i = 0; i < count; ++i)
+        client.network->open_url(client.session, server.wide_address("/gate/" + std::to_string(i + 2) + "/1").c_str(),
+                                 nullptr, 0, 0, &events[i]);
+    for (told_events& one : events)
+        ASSERT_TRUE(one.wait_for_end());
+    server.release();
+    for (std::size_t i = count; i-- > 0;) {
+        std::string body;
+        EXPECT_EQ(client.read_all(events[i], body), 0U);
+        EXPECT_EQ(body, web_server::content(0, i + 2));
+        client.close(events[i]);
+    }
+}
+
+TEST(curl_session, lets_a_callback_do_all_but_end_its_thread)
+{
+    struct context {
+        curl_client client;
+        told_events* other = nullptr;
+        told_events told;
+        bool is_session_closed = true;
+        std::uint32_t error = 0;
+        bool is_other_closed = false;
+
+        static void on_status(transfer_handle handle, void* self, std::uint32_t status, const void* information,
+                              std::uint32_t size)
+        {
+            auto& it = *static_cast<context*>(self);
+            if (status == status_request_complete) {
+                it.is_session_closed = it.client.network->close(it.client.session);
+                it.error = get_last_error();
+                it.is_other_closed = it.client.close(*it.other);
+            }
+            told_events::on_status(handle, &it.told, status, information, size);
+        }
+    };
+    web_server server;
+    told_events other;
+    context it;
+    it.other = &other;
+    ASSERT_EQ(it.client.open(other, server.wide_address("/stall/10/1")), 0U);
+    it.client.network->set_status_callback(it.client.session, &context::on_status);
+    it.client.network->open_url(it.client.session, server.wide_address("/plain/3").c_str(), nullptr, 0, 0, &it);
+    ASSERT_TRUE(it.told.wait_for_end());
+    EXPECT_FALSE(it.is_session_closed);
+    EXPECT_EQ(it.error, error_internet_incorrect_handle_state);
+    EXPECT_TRUE(it.is_other_closed);
+    EXPECT_TRUE(it.client.close(it.told));
+}
+
+TEST(curl_session, leaves_signals_to_other_threads)
+{
+    static std::atomic<int> seen;
+    struct context {
+        static void on_status(transfer_handle, void* events, std::uint32_t status, const void* information,
+                              std::uint32_t size)
+        {
+            sigset_t mask;
+            pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+            if (status == status_request_complete)
+                seen = sigismember(&mask, SIGPIPE) + sigismember(&mask, SIGTERM) + sigismember(&mask, SIGUSR1);
+            told_events::on_status(nullptr, events, status, information, size);
+        }
+    };
+    web_server server;
+    curl_client client;
+    told_events events;
+    client.network->set_status_callback(client.session, &context::on_status);
+    ASSERT_EQ(client.open(events, server.wide_address("/plain/3")), 0U);
+    EXPECT_EQ(seen, 3);
+    client.close(events);
+}
+
+} // namespace

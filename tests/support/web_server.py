@@ -73,8 +73,8 @@ class Connection:
 
     def read_request(self):
         while b"\r\n\r\n" not in self.buffer:
-            if not self.fill():
-                return None
+            if not self.fill() or self.buffer[0] < 32:
+                return None  # gone, or no request: the other side speaks TLS to a plain server
         head, _, self.buffer = self.buffer.partition(b"\r\n\r\n")
         lines = head.decode("latin-1").split("\r\n")
         headers = [tuple(part.strip() for part in line.split(":", 1)) for line in lines[1:]]
