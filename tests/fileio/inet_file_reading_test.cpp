@@ -405,10 +405,10 @@ TEST_F(timing, asks_for_ticks_where_there_is_no_counter)
     EXPECT_EQ(file.window_ms, 7u);
     EXPECT_THAT(script.log.of({"QueryPerformance", "GetTickCount", "InternetReadFile"}),
                 ElementsAre("GetTickCount", "InternetReadFile 1", "GetTickCount"));
-    read_from_to(0xFFFFFFFE, 0x100000003);
-    EXPECT_EQ(file.window_ms, 12u);
+    read_from_to(0xFFFFFFFE, 0x100000007);
+    EXPECT_EQ(file.window_ms, 16u);
     read_from_to(50, 50);
-    EXPECT_EQ(file.window_ms, 17u);
+    EXPECT_EQ(file.window_ms, 21u);
 }
 
 // --- the measured rate ---

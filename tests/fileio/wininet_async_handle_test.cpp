@@ -183,7 +183,6 @@ TEST_F(async_handle, waits_for_a_closing_that_is_pending)
     start();
     watched->timeout_ms = 800;
     script.log.fail("InternetCloseHandle", error_io_pending);
-    current().waits->set_event(watched->closing_event); // of an earlier closing
     watched->close_handle();
     EXPECT_EQ(watched->handle, nullptr);
     EXPECT_EQ(watched->reference_count, 1u);
@@ -199,6 +198,7 @@ TEST_F(async_handle, gives_a_closing_up_that_is_never_told)
     start();
     script.network.tells_closing = false;
     script.log.fail("InternetCloseHandle", error_io_pending);
+    current().waits->set_event(watched->closing_event); // of an earlier closing
     watched->close_handle();
     EXPECT_EQ(watched->handle, nullptr);
     EXPECT_EQ(watched->reference_count, 1u);
