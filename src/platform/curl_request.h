@@ -60,7 +60,7 @@ public:
     /// The session ends: the handle can be closed and nothing else.
     void abandon() noexcept;
 
-    /// For the session: requests that are posted to its thread, one after the other.
+    /// For the session, under its lock: requests that are posted to its thread, one after the other.
     std::shared_ptr<curl_request> next_posted;
     bool is_posted = false;
 

@@ -27,7 +27,7 @@
 //   /endless-headers, /endless-header-line, /endless-1xx
 //   /raw/BYTES              BYTES (escapes undone) as they are, headers and all; then the end
 //
-// Everything else is 404. A client may take it for its HTTP proxy as well. Sizes fit in memory of the client alone.
+// Everything else is 404. A client may take it for its HTTP proxy as well.
 #pragma once
 
 #include "tests/support/temporary_folder.h"
