@@ -165,9 +165,18 @@ bool inet_file::connect()
         if (start_request(retry_count > 0))
             return true;
         if (handle_error() != platform::error_internet_force_retry)
-            return false;
+            break;
     }
+    give_request_up();
     return false;
+}
+
+void inet_file::give_request_up()
+{
+    // The next call must not take an answer that was refused for the file.
+    const std::uint32_t kept = platform::get_last_error();
+    close_handle();
+    platform::set_last_error(kept);
 }
 
 bool inet_file::start_request(bool resend)

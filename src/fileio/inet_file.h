@@ -86,6 +86,7 @@ public:
 private:
     bool start_request(bool resend);
     void close_other_host();
+    void give_request_up();
     bool read_loop(char* target, std::uint32_t size_in_bytes, std::uint32_t* read_in_bytes);
     [[nodiscard]] std::uint32_t next_chunk();
     [[nodiscard]] std::int64_t now() const;

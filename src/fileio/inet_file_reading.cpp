@@ -42,7 +42,7 @@ bool inet_file::read(void* target, std::uint32_t size_in_bytes, std::uint32_t* r
     for (retry_count = 0; retry_count <= max_retries; ++retry_count) {
         if (!start_request(retry_count > 0)) {
             if (handle_error() != platform::error_internet_force_retry)
-                return false;
+                break;
             continue;
         }
         std::uint32_t came = 0;
@@ -51,16 +51,17 @@ bool inet_file::read(void* target, std::uint32_t size_in_bytes, std::uint32_t* r
         if (worked)
             return true;
         if (handle_error() != platform::error_internet_force_retry || retry_count >= max_retries)
-            return false;
+            break;
         // All that came so far is taken off, also what was taken off before: see the header. Beyond the end
         // of the buffer lies memory of others.
         if (*read_in_bytes > left)
-            return false;
+            break;
         left -= *read_in_bytes;
         to += *read_in_bytes;
         close_handle();
         start_offset = position;
     }
+    give_request_up();
     return false;
 }
 

@@ -203,7 +203,7 @@ TEST_F(reading, tries_six_times)
     EXPECT_EQ(get_last_error(), 12030u);
     EXPECT_EQ(script.log.count("InternetReadFile"), 6u);
     EXPECT_EQ(script.log.count("InternetErrorDlg"), 6u);
-    EXPECT_EQ(script.log.count("InternetCloseHandle"), 5u);
+    EXPECT_EQ(script.log.count("InternetCloseHandle"), 6u);
     EXPECT_EQ(came, 0u);
     file.max_retries = 0;
     script.log.lines.clear();
