@@ -29,10 +29,18 @@ target_compile_options(cw_settings INTERFACE
     # GCC 12 sees uninitialised members in moved-from std::variant, and overlapping copies in
     # std::string, where there are none.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized> $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+# Build folders from when this was a switch say ON.
+if(CW_SANITIZE STREQUAL "ON")
+    set_property(CACHE CW_SANITIZE PROPERTY VALUE "address,undefined")
+endif()
+set(CW_TEST_PROPERTIES TIMEOUT 300)
 if(CW_SANITIZE)
     target_compile_options(cw_settings INTERFACE
-        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_link_options(cw_settings INTERFACE -fsanitize=address,undefined)
+        -fsanitize=${CW_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(cw_settings INTERFACE -fsanitize=${CW_SANITIZE})
+    if(CW_SANITIZE MATCHES "thread")
+        list(APPEND CW_TEST_PROPERTIES ENVIRONMENT "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+    endif()
 endif()
 
 # cw_room(NAME SOURCES … LINK …): a static library of one room.
@@ -73,5 +81,5 @@ function(cw_test name)
     # as it ships.
     target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O0>)
     include(GoogleTest)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_PREFIX ${name}/ PROPERTIES TIMEOUT 300)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_PREFIX ${name}/ PROPERTIES ${CW_TEST_PROPERTIES})
 endfunction()
