@@ -9,7 +9,6 @@
 #include <cstring>
 #include <ctime>
 #include <curl/curl.h>
-#include <limits>
 #include <optional>
 #include <strings.h>
 
@@ -17,12 +16,17 @@ namespace cw::platform {
 
 namespace {
 
+constexpr std::uint32_t status_switching = 101;
 constexpr std::uint32_t status_ok = 200;
+constexpr std::uint32_t status_no_content = 204;
 constexpr std::uint32_t status_partial = 206;
+constexpr std::uint32_t status_not_modified = 304;
 constexpr std::uint32_t status_unauthorized = 401;
 constexpr std::uint32_t status_proxy_unauthorized = 407;
 constexpr std::uint32_t status_beyond_end = 416;
+constexpr std::uint32_t greatest_status = 999;
 constexpr std::uint64_t greatest_length = 0xFFFFFFFE;
+constexpr std::uint64_t greatest_countable_length = 0x7FFFFFFFFFFFFFFF; // of a body, for libcurl
 
 // In the order of `curl_answer::header`.
 constexpr std::string_view header_names[] = {"Content-Length", "Content-Range", "Last-Modified", "Location",
@@ -85,16 +89,22 @@ std::optional<byte_range> range_of(std::string_view text) noexcept
 
 bool curl_answer::add_line(std::string_view line)
 {
-    if (line.starts_with("HTTP/")) {
+    // Amid headers such a line is one of them, as it is for libcurl.
+    if (m_isBetweenAnswers && line.starts_with("HTTP/")) {
         *this = {};
+        m_isBetweenAnswers = false;
         line.remove_prefix(std::min(line.find(' '), line.size()));
         line = trimmed(line);
-        m_status = static_cast<std::uint32_t>(
-            std::min(take_number(line).value_or(0), std::uint64_t{std::numeric_limits<std::uint32_t>::max()}));
+        m_status =
+            static_cast<std::uint32_t>(std::min(take_number(line).value_or(0), std::uint64_t{greatest_status + 1}));
         return false;
     }
-    if (trimmed(line).empty())
+    if (m_isBetweenAnswers)
+        return false; // behind the chunks of a body that nobody is given
+    if (trimmed(line).empty()) {
+        m_isBetweenAnswers = true;
         return true;
+    }
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos)
         return false;
@@ -102,6 +112,11 @@ bool curl_answer::add_line(std::string_view line)
         if (is_same_name(line.substr(0, colon), header_names[i]))
             m_values[i].emplace_back(trimmed(line.substr(colon + 1)));
     return false;
+}
+
+bool curl_answer::is_interim() const noexcept
+{
+    return m_status >= 100 && m_status < status_ok && m_status != status_switching;
 }
 
 bool curl_answer::is_redirect() const noexcept
@@ -114,8 +129,41 @@ bool curl_answer::may_lead_on() const noexcept
     return is_redirect() || m_status == status_unauthorized || m_status == status_proxy_unauthorized;
 }
 
+/// libcurl would follow the last of several, read "0x10" as 0, and drop one that it cannot hold.
+bool curl_answer::has_clear_length() const noexcept
+{
+    const std::vector<std::string>& told = m_values[content_length];
+    return std::all_of(told.begin(), told.end(), [&told](const std::string& value) {
+        const std::optional<std::uint64_t> length = whole_number(value);
+        return length && *length <= greatest_countable_length && value == told.front();
+    });
+}
+
+/// libcurl unpacks what comes packed on the way, with no bound while the transfer is paused; nobody asks for that.
+bool curl_answer::is_plain() const noexcept
+{
+    const std::vector<std::string>& told = m_values[transfer_encoding];
+    return std::all_of(told.begin(), told.end(), [](const std::string& value) {
+        return is_same_name(value, "chunked") || is_same_name(value, "identity");
+    });
+}
+
+bool curl_answer::ends_with_connection() const noexcept
+{
+    const std::vector<std::string>& codings = m_values[transfer_encoding];
+    const bool is_chunked = std::any_of(codings.begin(), codings.end(),
+                                        [](const std::string& value) { return is_same_name(value, "chunked"); });
+    return m_status != status_no_content && m_status != status_not_modified && m_values[content_length].empty() &&
+           !is_chunked;
+}
+
 std::uint32_t curl_answer::settle(std::uint64_t offset) noexcept
 {
+    // libcurl takes the end of a connection amid headers for the end of an answer.
+    if (!m_isBetweenAnswers || is_interim())
+        return error_internet_connection_aborted;
+    if (m_status < status_ok || m_status > greatest_status || !has_clear_length() || !is_plain())
+        return error_http_invalid_server_response;
     std::optional<std::uint64_t> length;
     if (!m_values[content_length].empty() && m_values[transfer_encoding].empty())
         length = whole_number(m_values[content_length].front());

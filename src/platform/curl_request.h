@@ -106,6 +106,7 @@ private:
     curl_list m_headers;
     bool m_hasExcess = false;
     bool m_isClosedWithBytes = false;
+    bool m_hasGoodbye = false;
     bool m_hasHeaderFault = false;
 
     bool is_stale() const noexcept { return m_isClosed || m_isAbandoned || m_running != m_sent; }
@@ -121,6 +122,7 @@ private:
     CURLcode set_callbacks() noexcept;
     std::uint32_t error_of(CURLcode code) const noexcept;
     bool has_excess() const noexcept;
+    bool is_cut_off() const noexcept;
     std::size_t take_header(std::string_view line) noexcept;
     std::size_t take_body(const std::byte* bytes, std::size_t count) noexcept;
 

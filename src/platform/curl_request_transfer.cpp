@@ -17,6 +17,8 @@ namespace {
 /// Of one send: redirects, what comes before the answer proper, and what comes behind chunks.
 constexpr std::size_t most_header_bytes = std::size_t{1} << 20;
 
+constexpr std::string_view goodbye{"\1\0", 2}; // of TLS: a warning, that the other side closes
+
 constexpr std::size_t refuse = 0; // fewer than came: libcurl ends the transfer
 
 bool is_secure_scheme(const char* scheme) noexcept
@@ -48,8 +50,11 @@ bool curl_request::serve(CURLM* multi) noexcept
         if (error != error_success)
             fail(error);
     } else if (resumes) {
-        // Hands over what libcurl kept back, so without the lock.
-        curl_easy_pause(m_easy, CURLPAUSE_CONT);
+        // Hands over what libcurl kept back, so without the lock. Where it cannot, those bytes are lost, and the
+        // transfer would go on behind them.
+        const CURLcode code = curl_easy_pause(m_easy, CURLPAUSE_CONT);
+        if (code != CURLE_OK)
+            on_done(code);
     }
     return m_easy != nullptr;
 }
@@ -90,7 +95,7 @@ try {
         lines.swap(m_lines);
         body.swap(m_body);
     }
-    m_hasExcess = m_isClosedWithBytes = m_hasHeaderFault = false;
+    m_hasExcess = m_isClosedWithBytes = m_hasGoodbye = m_hasHeaderFault = false;
     m_easy = curl_easy_init();
     if (!m_easy)
         return error_not_enough_memory;
@@ -145,6 +150,8 @@ void curl_request::on_done(CURLcode code) noexcept
             }
             if (error == error_success && has_more)
                 error = error_http_invalid_server_response;
+            if (error == error_success && is_cut_off())
+                error = error_internet_connection_aborted;
             if (result)
                 static_cast<void>(end_transfer(error));
             else
@@ -164,6 +171,14 @@ bool curl_request::has_excess() const noexcept
     curl_socket_t socket = CURL_SOCKET_BAD;
     curl_easy_getinfo(m_easy, CURLINFO_ACTIVESOCKET, &socket);
     return m_isClosedWithBytes || has_bytes_waiting(socket);
+}
+
+/// Whoever stands between can end a secure connection as well, but not say good-bye for the server.
+bool curl_request::is_cut_off() const noexcept
+{
+    const char* scheme = nullptr;
+    curl_easy_getinfo(m_easy, CURLINFO_SCHEME, &scheme);
+    return is_secure_scheme(scheme) && !m_hasGoodbye && m_plan.verb != "HEAD" && m_answer.ends_with_connection();
 }
 
 std::uint32_t curl_request::error_of(CURLcode code) const noexcept
@@ -201,6 +216,9 @@ std::size_t curl_request::take_header(std::string_view line) noexcept
             return refuse;
         if (m_isAnswered)
             return line.size(); // behind the chunks of a body
+        // What came behind a redirect counts for nothing.
+        if (line.starts_with("HTTP/"))
+            m_hasExcess = m_isClosedWithBytes = m_hasGoodbye = false;
         try {
             if (!m_answer.add_line(line) || m_answer.is_interim())
                 return line.size();
@@ -267,10 +285,12 @@ std::size_t curl_request::on_body(char* bytes, std::size_t size, std::size_t cou
 
 int curl_request::on_trace(CURL*, curl_infotype kind, char* bytes, std::size_t count, void* request) noexcept
 {
-    if (kind != CURLINFO_TEXT)
-        return 0;
     auto& self = *static_cast<curl_request*>(request);
     const std::string_view text{bytes, count};
+    if (kind == CURLINFO_SSL_DATA_IN && text == goodbye)
+        self.m_hasGoodbye = true;
+    if (kind != CURLINFO_TEXT)
+        return 0;
     self.m_hasExcess = self.m_hasExcess || tells_of_excess(text);
     self.m_hasHeaderFault = self.m_hasHeaderFault || tells_of_header_fault(text);
     return 0;

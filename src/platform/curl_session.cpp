@@ -32,6 +32,8 @@ private:
     sigset_t m_before{};
 };
 
+thread_local const curl_session* session_of_thread = nullptr;
+
 } // namespace
 
 curl_session::curl_session(curl_session_settings settings) : m_settings(std::move(settings)) {}
@@ -47,14 +49,17 @@ bool curl_session::start() noexcept
     if (!m_multi)
         return false;
     try {
-        const all_signals_blocked blocked;
-        m_thread = std::thread([this] { run(); });
-        return true;
+        // Without descriptors libcurl makes one that nobody can wake.
+        if (curl_multi_wakeup(m_multi) == CURLM_OK) {
+            const all_signals_blocked blocked;
+            m_thread = std::thread([this] { run(); });
+            return true;
+        }
     } catch (const std::exception&) {
-        curl_multi_cleanup(m_multi);
-        m_multi = nullptr;
-        return false;
     }
+    curl_multi_cleanup(m_multi);
+    m_multi = nullptr;
+    return false;
 }
 
 bool curl_session::post(std::shared_ptr<curl_request> request) noexcept
@@ -127,6 +132,7 @@ void curl_session::tell_done() noexcept
 
 void curl_session::run() noexcept
 {
+    session_of_thread = this;
     bool ends = false;
     while (!ends) {
         while (std::shared_ptr<curl_request> request = take_posted(ends)) {
@@ -145,12 +151,13 @@ void curl_session::run() noexcept
     for (const std::shared_ptr<curl_request>& request : m_active)
         request->abandon();
     m_active.clear();
+    // Here, where signals are blocked: it says good-bye on connections that are kept.
+    curl_multi_cleanup(m_multi);
 }
 
-bool curl_session::is_own_thread() noexcept
+bool curl_session::is_own_thread() const noexcept
 {
-    const std::lock_guard guard{m_lock};
-    return m_thread.get_id() == std::this_thread::get_id();
+    return session_of_thread == this;
 }
 
 void curl_session::close() noexcept
@@ -163,7 +170,6 @@ void curl_session::close() noexcept
         curl_multi_wakeup(m_multi);
     }
     m_thread.join();
-    curl_multi_cleanup(m_multi);
     m_multi = nullptr;
 }
 

@@ -29,7 +29,7 @@ public:
     /// the session is closed. Called under the request's lock.
     bool post(std::shared_ptr<curl_request> request) noexcept;
     /// Whether the caller is the session's thread, in a callback: that one cannot wait for its own end.
-    [[nodiscard]] bool is_own_thread() noexcept;
+    [[nodiscard]] bool is_own_thread() const noexcept;
     /// Ends all transfers and the thread. Not on that thread, and not on two threads at once.
     void close() noexcept;
     [[nodiscard]] bool is_closed() const noexcept { return m_isClosing; }

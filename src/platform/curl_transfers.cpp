@@ -111,6 +111,9 @@ public:
                 return nullptr;
             if (service != service_http)
                 return refuse(error_internet_unrecognized_scheme, nullptr);
+            // Some ways to log in send them as they are.
+            if (!is_header_value(view_of(user)) || !is_header_value(view_of(password)))
+                return refuse(error_invalid_parameter, nullptr);
             if (!address_of_object(false, view_of(host), port, {}))
                 return refuse(error_internet_invalid_url, nullptr);
             const status_listener listener{m_handles.next(), owner->callback, context};

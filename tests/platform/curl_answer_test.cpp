@@ -65,6 +65,81 @@ TEST(curl_answer, takes_first_lines_however_they_are)
     EXPECT_EQ(ask(answer_of({"HTTP/1.0 200"}), status_level), value(200));
     EXPECT_EQ(ask(answer_of({"HTTP/1.1"}), status_level), value(0));
     EXPECT_EQ(ask(answer_of({"HTTP/1.1 99999999999999999999"}), status_level), value(0));
+    EXPECT_EQ(ask(answer_of({"HTTP/1.1 1234567"}), status_level), value(1000));
+}
+
+TEST(curl_answer, begins_where_the_one_before_has_ended)
+{
+    // Amid headers it is one of them; what comes behind them and is no first line belongs to a body's chunks.
+    curl_answer answer = answer_of({"HTTP/1.1 200 OK", "HTTP/1.1 404: x", "Content-Length: 5"});
+    EXPECT_FALSE(answer.add_line("Content-Length: 6\r\n"));
+    EXPECT_FALSE(answer.add_line("\r\n"));
+    EXPECT_EQ(ask(answer, status_level), value(200));
+    EXPECT_EQ(ask(answer, length_level), value(5));
+    EXPECT_EQ(ask(answer, length_level, 1), failure(error_http_header_not_found));
+    EXPECT_EQ(answer.settle(0), 0U);
+}
+
+TEST(curl_answer, is_none_before_its_headers_have_ended)
+{
+    curl_answer answer;
+    answer.add_line("HTTP/1.1 200 OK\r\n");
+    EXPECT_EQ(answer.settle(0), error_internet_connection_aborted);
+    answer.add_line("Content-Length: 5\r\n");
+    EXPECT_EQ(answer.settle(0), error_internet_connection_aborted);
+    answer.add_line("\r\n");
+    EXPECT_EQ(answer.settle(0), 0U);
+    answer = answer_of({"HTTP/1.1 103 Early"});
+    EXPECT_EQ(answer.settle(0), error_internet_connection_aborted);
+}
+
+TEST(curl_answer, refuses_statuses_that_are_no_final_ones)
+{
+    for (const char* line : {"HTTP/1.1 101 Switching", "HTTP/1.1", "HTTP/1.1 099 x", "HTTP/1.1 1000 x",
+                             "HTTP/1.1 4294967496 x", "HTTP/1.1 99999999999999999999 x"}) {
+        curl_answer answer = answer_of({line});
+        EXPECT_FALSE(answer.is_interim()) << line;
+        EXPECT_EQ(answer.settle(0), error_http_invalid_server_response) << line;
+    }
+    for (const char* line : {"HTTP/1.1 200 x", "HTTP/1.1 999 x"})
+        EXPECT_EQ(answer_of({line}).settle(0), 0U) << line;
+    EXPECT_EQ(curl_answer{}.settle(0), error_http_invalid_server_response);
+}
+
+TEST(curl_answer, refuses_what_contradicts_itself)
+{
+    constexpr std::uint32_t wrong = error_http_invalid_server_response;
+    EXPECT_EQ(answer_of({"HTTP/1.1 200", "Content-Length: 5", "Content-Length: 6"}).settle(0), wrong);
+    EXPECT_EQ(answer_of({"HTTP/1.1 200", "Content-Length: 5", "Content-Length: 5"}).settle(0), 0U);
+    EXPECT_EQ(answer_of({"HTTP/1.1 404", "Content-Length: 5", "Content-Length: 5", "Content-Length: 6"}).settle(0),
+              wrong);
+    for (const char* length : {"", "0x10", "+5", "-1", "5 5", "5, 5", "9223372036854775808", "99999999999999999999"})
+        EXPECT_EQ(answer_of({"HTTP/1.1 200", (std::string("Content-Length: ") + length).c_str()}).settle(0), wrong)
+            << length;
+    EXPECT_EQ(answer_of({"HTTP/1.1 200", "Content-Length: 9223372036854775807"}).settle(0), 0U);
+}
+
+TEST(curl_answer, knows_where_its_body_ends)
+{
+    EXPECT_TRUE(answer_of({"HTTP/1.1 200"}).ends_with_connection());
+    EXPECT_TRUE(answer_of({"HTTP/1.1 206", "Transfer-Encoding: identity"}).ends_with_connection());
+    EXPECT_FALSE(answer_of({"HTTP/1.1 200", "Content-Length: 0"}).ends_with_connection());
+    EXPECT_FALSE(answer_of({"HTTP/1.1 200", "Transfer-Encoding: CHUNKED"}).ends_with_connection());
+    EXPECT_FALSE(answer_of({"HTTP/1.1 204"}).ends_with_connection());
+    EXPECT_FALSE(answer_of({"HTTP/1.1 304"}).ends_with_connection());
+}
+
+TEST(curl_answer, refuses_what_is_packed_on_the_way)
+{
+    for (const char* coding : {"gzip", "gzip, chunked", "chunked, gzip", "br", ""})
+        EXPECT_EQ(answer_of({"HTTP/1.1 200", (std::string("Transfer-Encoding: ") + coding).c_str()}).settle(0),
+                  error_http_invalid_server_response)
+            << coding;
+    EXPECT_EQ(answer_of({"HTTP/1.1 200", "Transfer-Encoding: chunked", "Transfer-Encoding: gzip"}).settle(0),
+              error_http_invalid_server_response);
+    for (const char* coding : {"chunked", "Chunked", "identity"})
+        EXPECT_EQ(answer_of({"HTTP/1.1 200", (std::string("Transfer-Encoding: ") + coding).c_str()}).settle(0), 0U)
+            << coding;
 }
 
 TEST(curl_answer, knows_what_may_lead_on)

@@ -83,6 +83,7 @@ TEST(curl_errors, reads_of_header_faults)
 {
     EXPECT_TRUE(tells_of_header_fault("Too large response headers: 307214 > 307200\n"));
     EXPECT_FALSE(tells_of_header_fault("Connected to host\n"));
+    EXPECT_FALSE(tells_of_header_fault("Location: Too large response headers\n"));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -27,6 +28,18 @@ TEST(curl_excess, sees_bytes_that_wait)
     EXPECT_TRUE(has_bytes_waiting(ends[0]));
     char bytes[2];
     EXPECT_EQ(read(ends[0], bytes, 2), 2); // they stay
+    struct {
+        const char* bytes;
+        bool is_excess;
+    } constexpr rows[] = {{"\x15\x03\x03", false}, {"\x14\x03", false}, {"\x17\x03", false}, {"\x13\x03", true},
+                          {"\x18\x03", true},      {"\x15\x02", true},  {"\x15", true}};
+    for (const auto& row : rows) {
+        const auto size = static_cast<ssize_t>(std::strlen(row.bytes));
+        ASSERT_EQ(write(ends[1], row.bytes, std::strlen(row.bytes)), size);
+        EXPECT_EQ(has_bytes_waiting(ends[0]), row.is_excess) << int{row.bytes[0]};
+        char taken[3];
+        ASSERT_EQ(read(ends[0], taken, sizeof taken), size);
+    }
     close(ends[1]);
     EXPECT_FALSE(has_bytes_waiting(ends[0]));
     bool found = true;
@@ -80,6 +93,21 @@ TEST(curl_excess, tells_of_it_in_a_trace)
     EXPECT_TRUE(tells_of_excess("Excess found in a read: excess = 4, size = 5\n"));
     EXPECT_TRUE(tells_of_excess("Excess found: excess = 4 url = / (zero-length body)\n"));
     EXPECT_FALSE(tells_of_excess("Connection #0 to host left intact\n"));
+    EXPECT_FALSE(tells_of_excess("Issue another request to this URL: 'http://h/Excess found'\n"));
+}
+
+TEST(curl_excess, counts_for_nothing_behind_a_redirect)
+{
+    web_server server;
+    curl_client client;
+    for (const std::uint32_t flags : {0U, transfer_keep_connection}) {
+        std::string body;
+        EXPECT_EQ(client.fetch(server.wide_address("/raw/HTTP/1.1%20302%20x%0D%0ALocation:%20%2Fplain%2F5%0D%0A"
+                                                   "Content-Length:%202%0D%0A%0D%0Aabcdef"),
+                               body, nullptr, flags),
+                  0U);
+        EXPECT_EQ(body, web_server::content(0, 5));
+    }
 }
 
 TEST(curl_excess, is_none_where_a_body_is_whole)

@@ -13,6 +13,7 @@ namespace {
 using namespace cw::platform;
 using cw::platform::test::curl_client;
 using cw::platform::test::told_events;
+using cw::test_support::test_certificates;
 using cw::test_support::web_server;
 
 class curl_request_over_a_network : public testing::Test {
@@ -109,6 +110,59 @@ TEST_F(curl_request_over_a_network, tells_of_connections_that_are_lost)
     EXPECT_EQ(error, error_internet_connection_reset);
     EXPECT_EQ(client.fetch(u"http://127.0.0.1:1/", body), error_internet_cannot_connect);
     EXPECT_EQ(client.fetch(u"http://nowhere.invalid/", body), error_internet_name_not_resolved);
+}
+
+TEST_F(curl_request_over_a_network, is_not_answered_by_headers_without_their_end)
+{
+    // Without these an empty file would be told as a success.
+    for (const char* head : {"HTTP/1.1%20200%20OK%0D%0A", "HTTP/1.1%20200%20OK%0D%0ALast-Modi",
+                             "HTTP/1.1%20200%20OK%0D%0AX:%20y%0D%0A", "HTTP/1.1%20103%20Hints%0D%0A%0D%0A"}) {
+        told_events one;
+        EXPECT_EQ(client.open(one, server.wide_address(std::string("/raw/") + head)), error_internet_connection_aborted)
+            << head;
+        EXPECT_EQ(client.status(one), 0U);
+        client.close(one);
+    }
+}
+
+TEST_F(curl_request_over_a_network, takes_the_end_of_a_secure_connection_from_the_server_alone)
+{
+    web_server secure{test_certificates::server::good};
+    curl_client trusting{test_certificates::instance().authority()};
+    struct {
+        const char* head; // after "HTTP/1.1 "
+        std::uint32_t error;
+    } constexpr rows[] = {
+        {"200%20OK", error_internet_connection_aborted},
+        {"200%20OK%0D%0ATransfer-Encoding:%20identity", error_internet_connection_aborted},
+        {"200%20OK%0D%0AContent-Length:%203", 0},
+    };
+    for (const auto& [head, error] : rows) {
+        const std::string answer = std::string("/HTTP/1.1%20") + head + "%0D%0A%0D%0Aabc";
+        for (const std::uint32_t flags : {0U, transfer_keep_connection}) {
+            EXPECT_EQ(trusting.fetch(secure.wide_address("/raw-cut" + answer), body, nullptr, flags), error) << head;
+            EXPECT_EQ(body, "abc");
+            EXPECT_EQ(trusting.fetch(secure.wide_address("/raw" + answer), body, nullptr, flags), 0U) << head;
+            EXPECT_EQ(body, "abc");
+        }
+        EXPECT_EQ(client.fetch(server.wide_address("/raw-cut" + answer), body), 0U);
+    }
+    for (const char* path : {"/status/204", "/status/304"})
+        EXPECT_EQ(trusting.fetch(secure.wide_address(path), body), 0U) << path;
+    EXPECT_EQ(trusting.fetch(secure.wide_address("/raw-cut/HTTP/1.1%20200%20OK%0D%0ATransfer-Encoding:%20chunked%0D%0A"
+                                                 "%0D%0A3%0D%0Aabc%0D%0A0%0D%0A%0D%0A"),
+                             body),
+              0U);
+}
+
+TEST_F(curl_request_over_a_network, refuses_answers_that_contradict_themselves)
+{
+    for (const char* head :
+         {"200%20OK%0D%0AContent-Length:%203%0D%0AContent-Length:%205", "200%20OK%0D%0AContent-Length:%200x10",
+          "200%20OK%0D%0ATransfer-Encoding:%20gzip", "101%20Switching%0D%0AUpgrade:%20h2c"})
+        EXPECT_EQ(client.fetch(server.wide_address("/raw/HTTP/1.1%20" + std::string(head) + "%0D%0A%0D%0Aabcde"), body),
+                  error_http_invalid_server_response)
+            << head;
 }
 
 TEST_F(curl_request_over_a_network, can_be_sent_again)

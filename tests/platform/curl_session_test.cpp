@@ -10,8 +10,12 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -19,6 +23,7 @@ using namespace cw::platform;
 using cw::platform::test::curl_client;
 using cw::platform::test::told_events;
 using cw::test_support::open_descriptors;
+using cw::test_support::test_certificates;
 using cw::test_support::web_server;
 
 std::ptrdiff_t threads()
@@ -29,6 +34,7 @@ std::ptrdiff_t threads()
 TEST(curl_session, has_a_thread_from_the_first_request_on)
 {
     web_server server;
+    std::thread([] {}).join(); // the thread sanitizer has one of its own from the first on
     const std::ptrdiff_t before = threads();
     const std::ptrdiff_t descriptors = open_descriptors();
     {
@@ -166,6 +172,53 @@ TEST(curl_session, lets_a_callback_do_all_but_end_its_thread)
     EXPECT_EQ(it.error, error_internet_incorrect_handle_state);
     EXPECT_TRUE(it.is_other_closed);
     EXPECT_TRUE(it.client.close(it.told));
+}
+
+TEST(curl_session, takes_no_signal_for_connections_that_are_gone)
+{
+    // Whoever says good-bye on such a connection is sent one, and it ends the process.
+    web_server server{test_certificates::server::good};
+    const std::string authority = test_certificates::instance().authority();
+    std::string body;
+    curl_client client{authority};
+    ASSERT_EQ(client.fetch(server.wide_address("/leave"), body, nullptr, transfer_keep_connection), 0U);
+    server.release();
+    ASSERT_EQ(curl_client{authority}.fetch(server.wide_address("/wait-for-leave"), body), 0U);
+    EXPECT_EQ(body, "gone");
+    static std::atomic<int> signals;
+    struct sigaction before {};
+    struct sigaction counting {};
+    counting.sa_handler = [](int) { ++signals; };
+    ASSERT_EQ(sigaction(SIGPIPE, &counting, &before), 0);
+    client.network->close(client.session);
+    ASSERT_EQ(sigaction(SIGPIPE, &before, nullptr), 0);
+    EXPECT_EQ(signals, 0);
+}
+
+TEST(curl_session, starts_no_thread_that_nobody_can_wake)
+{
+    curl_client client;
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    told_events events;
+    {
+        // One below what is next.
+        const int next = dup(0);
+        close(next);
+        const rlimit low{static_cast<rlim_t>(next), limit.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &low), 0);
+        client.network->open_url(client.session, u"http://127.0.0.1:1/", nullptr, 0, 0, &events);
+        const std::uint32_t error = get_last_error();
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+        EXPECT_EQ(error, error_not_enough_memory);
+    }
+    // The handle was told before and is closed with the failure.
+    ASSERT_EQ(events.all().size(), 2U);
+    EXPECT_EQ(events.all().back().status, status_handle_closing);
+    EXPECT_FALSE(client.close(events));
+    told_events later;
+    EXPECT_EQ(client.open(later, u"http://127.0.0.1:1/"), error_internet_cannot_connect);
+    client.close(later);
 }
 
 TEST(curl_session, leaves_signals_to_other_threads)

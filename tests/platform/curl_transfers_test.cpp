@@ -201,6 +201,15 @@ TEST_F(curl_transfers, refuses_addresses_and_services_that_it_does_not_have)
     }
 }
 
+TEST_F(curl_transfers, refuses_credentials_that_would_begin_a_header)
+{
+    for (const auto& [user, password] :
+         {std::pair{u"a\r\nX: y", u"p"}, std::pair{u"u", u"p\n"}, std::pair{u"u\x7F", u""}}) {
+        EXPECT_EQ(client.network->connect(client.session, u"h", 0, user, password, service_http, 0, nullptr), nullptr);
+        EXPECT_EQ(get_last_error(), error_invalid_parameter);
+    }
+}
+
 TEST_F(curl_transfers, refuses_headers_that_are_none)
 {
     const std::u16string url = server.wide_address("/echo");

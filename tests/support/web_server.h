@@ -20,12 +20,15 @@
 //   /redirect/COUNT/PATH    COUNT redirects, the last to /PATH
 //   /redirect-to?URL        a redirect to URL (escapes undone)
 //   /loop                   a redirect to itself
+//   /leave                  "soon" on a connection that stays until `release` and is reset then
+//   /wait-for-leave         "gone" when that has happened
 //   /status/CODE            an answer with "status" in its body (204 and 304: nothing)
 //   /auth/USER/PASSWORD     401, and 200 with "welcome" for Basic credentials; parts with escapes
 //   /digest/USER/PASSWORD   the same for Digest
 //   /echo                   the request as body: line, headers, empty line, body
 //   /endless-headers, /endless-header-line, /endless-1xx
 //   /raw/BYTES              BYTES (escapes undone) as they are, headers and all; then the end
+//   /raw-cut/BYTES          the same, but TLS is not told of the end
 //
 // Everything else is 404. A client may take it for its HTTP proxy as well.
 #pragma once

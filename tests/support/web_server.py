@@ -26,6 +26,7 @@ lock = threading.Lock()
 requests = []
 counts = {}
 released = threading.Event()
+left = threading.Event()
 ending = threading.Event()
 
 
@@ -97,6 +98,12 @@ class Connection:
     def answer(self, status, body, *lines):
         text = f"HTTP/1.1 {status} Test\r\nContent-Length: {len(body)}\r\n"
         self.send((text + "".join(line + "\r\n" for line in lines) + "\r\n").encode("latin-1") + body)
+
+    def say_goodbye(self):
+        """As TLS wants it before a connection ends."""
+        if isinstance(self.stream, ssl.SSLSocket):
+            self.stream.settimeout(1)
+            self.stream.unwrap()
 
     def hang(self):
         """Until the other side goes or the server ends."""
@@ -194,6 +201,23 @@ def redirect_to(connection, request):
     return True
 
 
+def leave(connection, _):
+    """In a way that lets nothing more be written to it, not even a good-bye."""
+    connection.answer(200, b"soon")
+    released.wait()
+    connection.stream.shutdown(socket.SHUT_WR)
+    connection.stream.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, CLOSE_BY_RESET)
+    connection.stream.close()
+    left.set()
+    return False
+
+
+def wait_for_leave(connection, _):
+    left.wait()
+    connection.answer(200, b"gone")
+    return True
+
+
 def loop(connection, _):
     connection.answer(302, b"again", "Location: /loop")
     return True
@@ -243,6 +267,12 @@ def endless(start, more):
 
 
 def raw(connection, _, *rest):
+    connection.send(unquote_to_bytes("/".join(rest)))
+    connection.say_goodbye()
+    return False
+
+
+def raw_cut(connection, _, *rest):
     connection.send(unquote_to_bytes("/".join(rest)))
     return False
 
@@ -299,6 +329,8 @@ ANSWERS = {
     "gate-headers": gate_headers,
     "redirect": redirect,
     "redirect-to": redirect_to,
+    "leave": leave,
+    "wait-for-leave": wait_for_leave,
     "loop": loop,
     "status": status,
     "long": long,
@@ -308,6 +340,7 @@ ANSWERS = {
     "endless-header-line": endless(b"HTTP/1.1 200 OK\r\nX-More: ", b"y" * 10000),
     "endless-1xx": endless(b"", b"HTTP/1.1 103 Early Hints\r\nX-More: yes\r\n\r\n" * 100),
     "raw": raw,
+    "raw-cut": raw_cut,
     "auth": auth,
     "digest": digest,
     "echo": echo,
