@@ -21,9 +21,10 @@
 namespace cw {
 namespace {
 
-// What comes about without anybody: timers, what they draw, and descriptors that can be read.
-constexpr std::array by_itself{QEvent::Timer, QEvent::UpdateRequest, QEvent::UpdateLater, QEvent::Paint,
-                               QEvent::SockAct};
+// What comes about without anybody: timers, what they draw, the objects that they make and give up, and
+// descriptors that can be read.
+constexpr std::array by_itself{QEvent::Timer,      QEvent::UpdateRequest, QEvent::UpdateLater,    QEvent::Paint,
+                               QEvent::ChildAdded, QEvent::ChildRemoved,  QEvent::DeferredDelete, QEvent::SockAct};
 
 bool is_window_thread()
 {
@@ -141,7 +142,11 @@ std::uint32_t qt_thread_waits::wait(std::uint32_t count, const platform::event_h
     std::optional<CXTPFrameWnd::NestedLoop> own_entries;
     if (m_toolkit.frame())
         own_entries.emplace(*m_toolkit.frame());
-    return wait_in_window(m_other, count, events, wait_all, timeout_ms, wake_mask);
+    const std::uint32_t answer = wait_in_window(m_other, count, events, wait_all, timeout_ms, wake_mask);
+    // A loop around this wait that was told to end meanwhile has to see that before it sleeps: what would have
+    // kept it awake is lost with the rounds in here.
+    QAbstractEventDispatcher::instance()->wakeUp();
+    return answer;
 }
 
 bool qt_thread_waits::peek_message(platform::thread_message* message, std::uintptr_t window, std::uint32_t first_number,

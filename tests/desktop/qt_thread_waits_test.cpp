@@ -2,6 +2,7 @@
 
 #include "desktop/main_window_host.h"
 #include "platform/last_error.h"
+#include "platform/posix_events.h"
 #include "platform/posix_services.h"
 #include "tests/desktop/desktop_support.h"
 
@@ -9,10 +10,13 @@
 #include <QAction>
 #include <QApplication>
 #include <QEventLoop>
+#include <QSocketNotifier>
 #include <QThread>
 #include <QTimer>
+#include <QWidget>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <stdexcept>
 #include <thread>
@@ -66,6 +70,24 @@ public:
 
 private:
     QEvent::Type m_type;
+};
+
+/// Counts what Qt has to say, on any thread.
+class complaints_of_qt {
+public:
+    complaints_of_qt()
+    {
+        count = 0;
+        m_before = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) { ++count; });
+    }
+    ~complaints_of_qt() { qInstallMessageHandler(m_before); }
+    complaints_of_qt(const complaints_of_qt&) = delete;
+    complaints_of_qt& operator=(const complaints_of_qt&) = delete;
+
+    static inline std::atomic<int> count = 0;
+
+private:
+    QtMessageHandler m_before = nullptr;
 };
 
 struct QtThreadWaits : testing::Test {
@@ -141,6 +163,82 @@ TEST_F(QtThreadWaits, WhatTheWindowDrawsByItselfPutsOffNothing)
     EXPECT_GT(paints.count, 0) << "it is drawn";
 }
 
+TEST_F(QtThreadWaits, ManyDaysAreNotOverAtOnce)
+{
+    const complaints_of_qt complaints;
+    for (const std::uint32_t timeout_ms : {0x7FFFFFFFU, 0x80000000U, wait_for_ever - 1}) {
+        QTimer::singleShot(20, qApp, [&] { waits.set_event(event); });
+        EXPECT_EQ(wait(timeout_ms), wait_object);
+    }
+    EXPECT_EQ(complaints_of_qt::count, 0) << "of an alarm too far off";
+}
+
+/// Is never done with drawing itself.
+class restless_widget final : public QWidget {
+public:
+    using QWidget::QWidget;
+    int paints = 0;
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        ++paints;
+        update();
+    }
+};
+
+TEST_F(QtThreadWaits, WhatIsDrawnWithoutEndPutsOffNothing)
+{
+    restless_widget restless(&shown.window());
+    restless.resize(20, 20);
+    restless.show();
+    pump();
+    restless.paints = 0;
+    EXPECT_EQ(wait(100), wait_timeout);
+    EXPECT_GT(restless.paints, 1);
+}
+
+TEST_F(QtThreadWaits, DescriptorsOfOthersPutOffNothing)
+{
+    const event_handle other = waits.create_event(false, false);
+    QSocketNotifier notifier(qintptr{descriptor_of_event(other)}, QSocketNotifier::Read);
+    int told = 0;
+    QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [&] { told += take_event(other); });
+    QTimer sending;
+    QObject::connect(&sending, &QTimer::timeout, &sending, [&] { waits.set_event(other); });
+    sending.start(10);
+    EXPECT_EQ(wait(100), wait_timeout);
+    EXPECT_GT(told, 0);
+    notifier.setEnabled(false);
+    EXPECT_TRUE(waits.close_event(other));
+}
+
+TEST_F(QtThreadWaits, ObjectsThatComeAndGoPutOffNothing)
+{
+    pump();
+    const event_counter deleted(*qApp, QEvent::DeferredDelete);
+    QTimer busy;
+    QObject::connect(&busy, &QTimer::timeout, &busy, [&] { (new QObject(&shown.window()))->deleteLater(); });
+    busy.start(10);
+    EXPECT_EQ(wait(100), wait_timeout);
+    EXPECT_GT(deleted.count, 0);
+}
+
+TEST_F(QtThreadWaits, WhatAnotherThreadPostsCountsAsAMessage)
+{
+    pump();
+    for (int i = 0; i < 100; ++i) {
+        bool happened = false;
+        std::thread other([&] {
+            QMetaObject::invokeMethod(
+                qApp, [&happened] { happened = true; }, Qt::QueuedConnection);
+        });
+        EXPECT_EQ(wait(wait_for_ever), 1u);
+        EXPECT_TRUE(happened);
+        other.join();
+    }
+}
+
 TEST_F(QtThreadWaits, KeysReachTheFrameAndCountAsMessages)
 {
     QTimer::singleShot(0, qApp, [&] { press(shown.window(), Qt::Key_F3); });
@@ -183,6 +281,24 @@ TEST_F(QtThreadWaits, AnEventIsLeftForTheWaitWhileADialogIsOpen)
     });
     EXPECT_EQ(wait(wait_for_ever), wait_object);
     EXPECT_LT(rounds_in_dialog, 30) << "asleep in between";
+}
+
+TEST_F(QtThreadWaits, AnEventThatOthersTookDuringADialogEndsTheWaitTheNextTime)
+{
+    std::thread other;
+    // A timer of no time at all would be a message.
+    QTimer::singleShot(1, qApp, [&] {
+        waits.set_event(event);
+        QEventLoop dialog;
+        QTimer::singleShot(20, &dialog, &QEventLoop::quit);
+        dialog.exec();
+        EXPECT_TRUE(take_event(event));
+        // When the wait sleeps again.
+        QTimer::singleShot(20, qApp, [&] { other = std::thread([&] { waits.set_event(event); }); });
+    });
+    EXPECT_EQ(wait(wait_for_ever), wait_object);
+    ASSERT_TRUE(other.joinable());
+    other.join();
 }
 
 TEST_F(QtThreadWaits, WaitsMayNest)
@@ -270,6 +386,7 @@ TEST_F(QtThreadWaits, AnotherThreadWaitsAsWithoutAWindow)
     const event_handle asked = waits.create_event(false, false);
     bool happened = false;
     QTimer::singleShot(0, qApp, [&] { happened = true; });
+    const complaints_of_qt complaints;
     std::thread other([&] {
         EXPECT_EQ(waits.wait(1, &asked, false, 10, wake_for_all_input), wait_timeout);
         waits.set_event(event);
@@ -279,6 +396,7 @@ TEST_F(QtThreadWaits, AnotherThreadWaitsAsWithoutAWindow)
     EXPECT_EQ(wait(wait_for_ever, 0), wait_object);
     waits.set_event(asked);
     other.join();
+    EXPECT_EQ(complaints_of_qt::count, 0) << "timers and notifiers need an event loop";
     EXPECT_TRUE(waits.close_event(asked));
     pump();
     EXPECT_TRUE(happened);
