@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -74,6 +75,13 @@ TEST(posix_events, the_descriptor_can_be_read_while_the_event_is_set)
         EXPECT_FALSE(is_readable(event));
         EXPECT_TRUE(close_posix_event(event));
     }
+}
+
+TEST(posix_events, programs_that_are_started_do_not_inherit_them)
+{
+    const event_handle event = create_posix_event(false, false);
+    EXPECT_EQ(fcntl(descriptor_of_event(event), F_GETFD), FD_CLOEXEC);
+    EXPECT_TRUE(close_posix_event(event));
 }
 
 TEST(posix_events, setting_one_whose_counter_is_full_is_no_failure)

@@ -23,7 +23,10 @@ TEST(posix_services, has_every_member)
     EXPECT_NE(set.system, nullptr);
     EXPECT_NE(set.ids, nullptr);
     EXPECT_NE(set.network, nullptr);
+    EXPECT_NE(set.waits, nullptr);
+    EXPECT_NE(set.time, nullptr);
     EXPECT_NE(set.machine, nullptr);
+    EXPECT_NE(set.user_keys, nullptr);
     EXPECT_NE(set.user, nullptr);
     EXPECT_NE(set.classes, nullptr);
     EXPECT_NE(set.runtime, nullptr);
