@@ -235,6 +235,7 @@ TEST(curl_answer, holds_parts_against_the_offset)
     EXPECT_EQ(settled("Content-Range: bytes 10-19/20", "Content-Length: 10", 10), 0U);
     EXPECT_EQ(settled("Content-Range: BYTES 10-19/*", "Content-Length: 10", 10), 0U);
     EXPECT_EQ(settled("Content-Range: bytes 10-19/20", "Content-Length: 5", 10), 0U);
+    EXPECT_EQ(settled("Content-Range: bytes 10-19/20", "Content-Length: 0", 10), 0U);
     EXPECT_EQ(settled("Content-Range: bytes 10-19/20", "Content-Length: 11", 10), wrong);
     EXPECT_EQ(settled("Content-Range: bytes 0-18446744073709551615/*", "Content-Length: 11", 0), 0U);
     EXPECT_EQ(settled("Content-Range: bytes 9-19/20", "X: y", 10), wrong);

@@ -3,6 +3,7 @@
 #include "platform/transfers.h"
 #include "tests/platform/curl_client.h"
 #include "tests/support/surroundings.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/support/web_server.h"
 
 #include <gtest/gtest.h>
@@ -62,6 +63,54 @@ TEST(curl_options, takes_the_proxy_that_the_session_says)
         EXPECT_EQ(client.fetch(u"http://other.invalid/plain/5", body), 0U);
     }
     EXPECT_EQ(proxy.requests().size(), 3U);
+}
+
+TEST(curl_options, takes_no_words_of_a_proxy_for_the_servers)
+{
+    web_server proxy;
+    const std::string place = "http://127.0.0.1:" + std::to_string(proxy.port());
+    curl_client client{{}, access_by_proxy, wide(place).c_str(), nullptr};
+    told_events events;
+    EXPECT_EQ(client.open(events, u"https://unknown.invalid/plain/5"), error_internet_connection_reset);
+    EXPECT_EQ(client.status(events), 0U);
+    client.close(events);
+    ASSERT_EQ(proxy.requests().size(), 1U);
+    EXPECT_EQ(proxy.requests()[0].line, "CONNECT unknown.invalid:443 HTTP/1.1");
+}
+
+TEST(curl_options, knows_no_credentials_that_it_is_not_given)
+{
+    web_server server;
+    cw::test_support::temporary_folder home;
+    home.write(".netrc", "machine 127.0.0.1 login user password pass\n");
+    const environment_variable place{"HOME", home.path().native()};
+    curl_client client;
+    told_events events;
+    ASSERT_EQ(client.open(events, server.wide_address("/auth/user/pass")), 0U);
+    EXPECT_EQ(client.status(events), 401U);
+    client.close(events);
+}
+
+TEST(curl_options, sends_bodies_without_asking_whether_they_are_welcome)
+{
+    web_server server;
+    curl_client client;
+    told_events of_connection;
+    told_events events;
+    const transfer_handle connection = client.network->connect(client.session, u"127.0.0.1", server.port(), nullptr,
+                                                               nullptr, service_http, 0, &of_connection);
+    const transfer_handle request =
+        client.network->open_request(connection, u"POST", u"/echo", nullptr, nullptr, nullptr, 0, &events);
+    const std::string body(3'000'000, 'x');
+    EXPECT_FALSE(
+        client.network->send_request(request, nullptr, 0, body.data(), static_cast<std::uint32_t>(body.size())));
+    ASSERT_TRUE(events.wait_for_end());
+    const std::vector<web_request> requests = server.requests();
+    ASSERT_EQ(requests.size(), 1U);
+    EXPECT_EQ(requests[0].header("Expect"), std::nullopt);
+    EXPECT_TRUE(requests[0].body == body);
+    client.close(events);
+    client.close(of_connection);
 }
 
 TEST(curl_options, trusts_whom_it_is_told_to_trust)

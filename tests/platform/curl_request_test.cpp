@@ -2,6 +2,7 @@
 #include "platform/curl_request.h"
 
 #include "tests/platform/curl_client.h"
+#include "tests/support/surroundings.h"
 #include "tests/support/web_server.h"
 
 #include <gtest/gtest.h>
@@ -103,6 +104,24 @@ TEST_F(curl_request_over_a_network, gives_out_what_came_before_a_break)
     EXPECT_EQ(body, "");
 }
 
+TEST_F(curl_request_over_a_network, gives_out_what_came_before_a_break_while_somebody_waits)
+{
+    ASSERT_EQ(open("/gate-break/100/50"), 0U);
+    char bytes[100];
+    std::uint32_t count = 0;
+    EXPECT_FALSE(client.network->read(events.handle(), bytes, 100, &count));
+    EXPECT_EQ(get_last_error(), error_io_pending);
+    server.release();
+    const auto end = events.wait_for_end();
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->result, 1U);
+    EXPECT_EQ(end->error, 0U);
+    EXPECT_EQ(std::string(bytes, count), web_server::content(0, 50));
+    // A read of nothing cannot fail by it, one of something does.
+    EXPECT_EQ(client.read(events, 0, body), 0U);
+    EXPECT_EQ(client.read(events, 1, body), error_internet_connection_aborted);
+}
+
 TEST_F(curl_request_over_a_network, tells_of_connections_that_are_lost)
 {
     EXPECT_EQ(client.fetch(server.wide_address("/raw/"), body), error_internet_connection_aborted);
@@ -147,6 +166,16 @@ TEST_F(curl_request_over_a_network, takes_the_end_of_a_secure_connection_from_th
         }
         EXPECT_EQ(client.fetch(server.wide_address("/raw-cut" + answer), body), 0U);
     }
+    told_events of_connection;
+    told_events head;
+    const transfer_handle connection = trusting.network->connect(trusting.session, u"127.0.0.1", secure.port(), nullptr,
+                                                                 nullptr, service_http, 0, &of_connection);
+    trusting.network->open_request(connection, u"HEAD", u"/raw-cut/HTTP/1.1%20200%20OK%0D%0A%0D%0A", nullptr, nullptr,
+                                   nullptr, transfer_secure, &head);
+    EXPECT_EQ(trusting.send_again(head), 0U);
+    EXPECT_EQ(trusting.read_all(head, body), 0U);
+    trusting.close(head);
+    trusting.close(of_connection);
     for (const char* path : {"/status/204", "/status/304"})
         EXPECT_EQ(trusting.fetch(secure.wide_address(path), body), 0U) << path;
     EXPECT_EQ(trusting.fetch(secure.wide_address("/raw-cut/HTTP/1.1%20200%20OK%0D%0ATransfer-Encoding:%20chunked%0D%0A"
@@ -186,6 +215,29 @@ TEST_F(curl_request_over_a_network, can_be_sent_again)
     EXPECT_EQ(requests[2].header("X"), "y");
     EXPECT_EQ(requests[2].header("Range"), std::nullopt);
     EXPECT_EQ(requests[3].header("X"), std::nullopt);
+}
+
+TEST_F(curl_request_over_a_network, leaves_the_answer_before_when_it_is_sent_again)
+{
+    ASSERT_EQ(open("/stall/100/10"), 0U);
+    EXPECT_EQ(client.read(events, 10, body), 0U);
+    const std::ptrdiff_t descriptors = cw::test_support::open_descriptors();
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(client.send_again(events), 0U);
+        EXPECT_EQ(client.read(events, 10, body), 0U);
+        EXPECT_EQ(body, web_server::content(0, 10));
+        EXPECT_EQ(cw::test_support::open_descriptors(), descriptors);
+    }
+}
+
+TEST_F(curl_request_over_a_network, can_be_sent_again_however_much_came_before)
+{
+    // The bound of headers holds for one send.
+    ASSERT_EQ(
+        open("/raw/HTTP/1.1%20200%20x%0D%0AX:%20" + std::string(60000, 'y') + "%0D%0AContent-Length:%200%0D%0A%0D%0A"),
+        0U);
+    for (int i = 0; i < 20; ++i)
+        ASSERT_EQ(client.send_again(events), 0U) << i;
 }
 
 TEST_F(curl_request_over_a_network, can_be_sent_again_after_no_answer_at_all)

@@ -118,6 +118,31 @@ TEST(curl_session, takes_no_more_requests_when_it_is_closed)
     EXPECT_EQ(request.use_count(), 1);
 }
 
+TEST(curl_session, keeps_no_request_that_is_closed)
+{
+    web_server server;
+    told_events events;
+    told_events later;
+    const auto session = std::make_shared<curl_session>(curl_session_settings{});
+    const auto request_for = [&](const char* path, told_events& listener) {
+        curl_request_plan plan;
+        plan.url = server.address(path);
+        return std::make_shared<curl_request>(session, plan,
+                                              status_listener{nullptr, &told_events::on_status, &listener});
+    };
+    const auto request = request_for("/stall/10/1", events);
+    ASSERT_EQ(request->send({}, {}, 1), error_io_pending);
+    ASSERT_TRUE(events.wait_for_end());
+    EXPECT_GT(request.use_count(), 1);
+    request->close();
+    // One that comes behind it has seen it gone.
+    const auto other = request_for("/plain/1", later);
+    ASSERT_EQ(other->send({}, {}, 1), error_io_pending);
+    ASSERT_TRUE(later.wait_for_end());
+    EXPECT_EQ(request.use_count(), 1);
+    session->close();
+}
+
 TEST(curl_session, runs_many_requests_beside_each_other)
 {
     web_server server;

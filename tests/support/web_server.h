@@ -12,6 +12,7 @@
 //   /stall/SIZE/AT          as /break, but nothing ends: nothing more comes
 //   /stall-headers          headers that stay without an end
 //   /gate/SIZE/AT           a file; after AT bytes it waits for `release`
+//   /gate-break/SIZE/AT     the same, but it ends then
 //   /gate-headers/SIZE      a file; nothing comes before `release`
 //   /slow/SIZE/STEP/MS      a file by STEPs, MS milliseconds between them
 //   /chunked/SIZE           a file in chunks, with a wrong Content-Length (3) beside it
@@ -26,11 +27,11 @@
 //   /auth/USER/PASSWORD     401, and 200 with "welcome" for Basic credentials; parts with escapes
 //   /digest/USER/PASSWORD   the same for Digest
 //   /echo                   the request as body: line, headers, empty line, body
-//   /endless-headers, /endless-header-line, /endless-1xx
+//   /endless-headers, /endless-header-line, /endless-1xx, /endless-trailers (behind the chunk "abc")
 //   /raw/BYTES              BYTES (escapes undone) as they are, headers and all; then the end
 //   /raw-cut/BYTES          the same, but TLS is not told of the end
 //
-// Everything else is 404. A client may take it for its HTTP proxy as well.
+// Everything else is 404. A client may take it for its HTTP proxy as well; it opens no ways through (403).
 #pragma once
 
 #include "tests/support/temporary_folder.h"

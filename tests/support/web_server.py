@@ -183,6 +183,14 @@ def gate(connection, _, size, stop):
     return True
 
 
+def gate_break(connection, _, size, stop):
+    connection.head(200, f"Content-Length: {size}")
+    for piece in content(0, int(stop)):
+        connection.send(piece)
+    released.wait()
+    return False
+
+
 def gate_headers(connection, request, size):
     released.wait()
     return connection.file(request, int(size))
@@ -326,6 +334,7 @@ ANSWERS = {
     "stall": stall,
     "stall-headers": stall_headers,
     "gate": gate,
+    "gate-break": gate_break,
     "gate-headers": gate_headers,
     "redirect": redirect,
     "redirect-to": redirect_to,
@@ -338,6 +347,8 @@ ANSWERS = {
     "chunked": chunked,
     "endless-headers": endless(b"HTTP/1.1 200 OK\r\n", (b"X-More: " + b"y" * 100 + b"\r\n") * 100),
     "endless-header-line": endless(b"HTTP/1.1 200 OK\r\nX-More: ", b"y" * 10000),
+    "endless-trailers": endless(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n",
+                                (b"X-More: " + b"y" * 100 + b"\r\n") * 100),
     "endless-1xx": endless(b"", b"HTTP/1.1 103 Early Hints\r\nX-More: yes\r\n\r\n" * 100),
     "raw": raw,
     "raw-cut": raw_cut,
@@ -355,6 +366,9 @@ def serve(stream, number, context):
         with stream:
             connection = Connection(stream, number)
             while request := connection.read_request():
+                if request.verb == "CONNECT":
+                    connection.answer(403, b"no way")
+                    continue
                 answer = ANSWERS.get(request.parts[0])
                 if not answer:
                     connection.answer(404, b"no such path")
