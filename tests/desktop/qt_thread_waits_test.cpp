@@ -163,6 +163,16 @@ TEST_F(QtThreadWaits, WhatTheWindowDrawsByItselfPutsOffNothing)
     EXPECT_GT(paints.count, 0) << "it is drawn";
 }
 
+TEST_F(QtThreadWaits, EventsAreMadeAsTheyAreWanted)
+{
+    for (const bool manual_reset : {false, true}) {
+        const event_handle made = waits.create_event(manual_reset, true);
+        EXPECT_TRUE(take_event(made));
+        EXPECT_EQ(take_event(made), manual_reset);
+        EXPECT_TRUE(waits.close_event(made));
+    }
+}
+
 TEST_F(QtThreadWaits, ManyDaysAreNotOverAtOnce)
 {
     const complaints_of_qt complaints;
