@@ -53,9 +53,9 @@ struct posix_set {
     memory_user_settings user;
     std::unique_ptr<class_registry> classes = make_empty_class_registry();
     std::unique_ptr<runtime_contract> runtime = make_aborting_runtime();
-    services all{memory.get(),  pages.get(),   rules.get(), messages.get(), libraries.get(), files.get(),
-                 open.get(),    system.get(),  ids.get(),   network.get(),  waits.get(),     time.get(),
-                 machine.get(), user_keys.get(), &user,     classes.get(),  runtime.get()};
+    services all{memory.get(),  pages.get(),     rules.get(), messages.get(), libraries.get(), files.get(),
+                 open.get(),    system.get(),    ids.get(),   network.get(),  waits.get(),     time.get(),
+                 machine.get(), user_keys.get(), &user,       classes.get(),  runtime.get()};
 };
 
 } // namespace
