@@ -11,7 +11,7 @@ namespace cw::platform {
 [[nodiscard]] bool tells_of_excess(std::string_view trace) noexcept;
 
 /// Whether bytes wait on the socket of a plain connection whose answer is in. Only what has come by now: a server
-/// that is slow enough is not found out. Behind TLS records of the protocol itself would look the same.
+/// that is slow enough is not found out. Records of TLS are not counted: a proxy may be spoken to by it.
 [[nodiscard]] bool has_bytes_waiting(curl_socket_t socket) noexcept;
 
 /// CURLOPT_CLOSESOCKETFUNCTION for connections that are closed with their answer, before anybody else could look;

@@ -166,6 +166,7 @@ bool curl_request::has_excess() const noexcept
 {
     const char* scheme = nullptr;
     curl_easy_getinfo(m_easy, CURLINFO_SCHEME, &scheme);
+    // What waits behind TLS is its own, from anywhere within a record on.
     if (m_hasExcess || is_secure_scheme(scheme))
         return m_hasExcess;
     curl_socket_t socket = CURL_SOCKET_BAD;

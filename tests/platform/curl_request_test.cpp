@@ -166,6 +166,10 @@ TEST_F(curl_request_over_a_network, takes_the_end_of_a_secure_connection_from_th
         }
         EXPECT_EQ(client.fetch(server.wide_address("/raw-cut" + answer), body), 0U);
     }
+    // Other things that TLS says on the way are no good-bye.
+    const std::string several_records = "/raw-cut/HTTP/1.1%20200%20OK%0D%0A%0D%0A" + std::string(50000, 'y');
+    EXPECT_EQ(trusting.fetch(secure.wide_address(several_records), body), error_internet_connection_aborted);
+    EXPECT_EQ(body.size(), 50000U);
     told_events of_connection;
     told_events head;
     const transfer_handle connection = trusting.network->connect(trusting.session, u"127.0.0.1", secure.port(), nullptr,

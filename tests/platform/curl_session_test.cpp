@@ -123,7 +123,9 @@ TEST(curl_session, keeps_no_request_that_is_closed)
     web_server server;
     told_events events;
     told_events later;
-    const auto session = std::make_shared<curl_session>(curl_session_settings{});
+    curl_session_settings settings;
+    settings.access_type = access_direct;
+    const auto session = std::make_shared<curl_session>(settings);
     const auto request_for = [&](const char* path, told_events& listener) {
         curl_request_plan plan;
         plan.url = server.address(path);
