@@ -87,6 +87,16 @@ TEST_F(curl_request_over_a_network, reads_what_comes_in_chunks)
     EXPECT_TRUE(body == web_server::content(0, 2'000'000));
 }
 
+TEST_F(curl_request_over_a_network, keeps_its_headers_whatever_comes_behind_chunks)
+{
+    ASSERT_EQ(open("/raw/HTTP/1.1%20200%20x%0D%0ATransfer-Encoding:%20chunked%0D%0A%0D%0A3%0D%0Aabc%0D%0A0%0D%0A"
+                   "HTTP/1.1%20404%20x:%20y%0D%0AContent-Length:%207%0D%0A%0D%0A"),
+              0U);
+    EXPECT_EQ(client.read_all(events, body), 0U);
+    EXPECT_EQ(body, "abc");
+    EXPECT_EQ(client.status(events), 200U);
+}
+
 TEST_F(curl_request_over_a_network, gives_out_what_came_before_a_break)
 {
     for (const char* path : {"/break/1000000/123456", "/raw/HTTP/1.1%20200%20x%0D%0ATransfer-Encoding:%20chunked"

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <iterator>
 #include <sys/resource.h>
 #include <thread>
@@ -116,6 +117,45 @@ TEST(curl_session, takes_no_more_requests_when_it_is_closed)
     EXPECT_EQ(request->send({}, {}, 1), error_internet_incorrect_handle_state);
     session->close();
     EXPECT_EQ(request.use_count(), 1);
+}
+
+TEST(curl_session, loses_no_request_beside_one_that_is_posted_twice)
+{
+    // Its thread is held up until all are posted.
+    struct context {
+        told_events told;
+        std::promise<void> reached;
+        std::promise<void> opened;
+
+        static void on_status(transfer_handle handle, void* self, std::uint32_t status, const void* information,
+                              std::uint32_t size)
+        {
+            auto& it = *static_cast<context*>(self);
+            told_events::on_status(handle, &it.told, status, information, size);
+            if (status != status_request_complete)
+                return;
+            it.reached.set_value();
+            it.opened.get_future().wait();
+        }
+    };
+    web_server server;
+    context gate;
+    told_events events[3];
+    curl_client client;
+    const auto open = [&](const char* path, void* listener) {
+        client.network->open_url(client.session, server.wide_address(path).c_str(), nullptr, 0, 0, listener);
+    };
+    client.network->set_status_callback(client.session, &context::on_status);
+    open("/plain/1", &gate);
+    gate.reached.get_future().wait();
+    client.network->set_status_callback(client.session, &told_events::on_status);
+    open("/stall-headers", &events[0]);
+    open("/plain/2", &events[1]);
+    client.close(events[0]);
+    open("/plain/3", &events[2]);
+    gate.opened.set_value();
+    EXPECT_TRUE(events[1].wait_for_end());
+    EXPECT_TRUE(events[2].wait_for_end());
 }
 
 TEST(curl_session, keeps_no_request_that_is_closed)
