@@ -120,9 +120,12 @@ TEST_F(reading, takes_no_signal_of_the_past)
 {
     EXPECT_TRUE(file.connect());
     current().waits->set_event(file.completed_event);
+    file.timeout_ms = 800;
     script.network.reads = {endless()};
     EXPECT_FALSE(read(10));
     EXPECT_EQ(get_last_error(), error_internet_timeout);
+    EXPECT_EQ(script.log.count("MsgWaitForMultipleObjects " + std::to_string(file.completed_event) + " 800 0x000004FF"),
+              1u);
     EXPECT_EQ(file.handle, nullptr);
 }
 
@@ -196,6 +199,7 @@ TEST_F(reading, tries_six_times)
     EXPECT_FALSE(read(10));
     EXPECT_EQ(script.log.count("InternetOpenUrlW"), 6u);
     EXPECT_EQ(script.log.count("InternetErrorDlg"), 6u);
+    EXPECT_EQ(file.retry_count, 6u);
     script.network.requests.clear();
     script.log.lines.clear();
     script.network.reads.assign(7, failed(12030));
@@ -204,6 +208,7 @@ TEST_F(reading, tries_six_times)
     EXPECT_EQ(script.log.count("InternetReadFile"), 6u);
     EXPECT_EQ(script.log.count("InternetErrorDlg"), 6u);
     EXPECT_EQ(script.log.count("InternetCloseHandle"), 6u);
+    EXPECT_EQ(file.retry_count, 5u);
     EXPECT_EQ(came, 0u);
     file.max_retries = 0;
     script.log.lines.clear();
@@ -448,6 +453,13 @@ TEST_F(timing, halves_what_is_too_much_for_a_scale)
     EXPECT_EQ(file.measured_rate(), 9u);
     EXPECT_EQ(file.window_bytes, 10'737'418u);
     EXPECT_EQ(file.window_ms, 0x3FFFFFFFu);
+
+    // Half of the shortest time is no time to divide by, and the number ends before the rate.
+    file.window_bytes = 0xFFFFFFFF;
+    file.window_ms = 1;
+    EXPECT_EQ(file.measured_rate(), 0xFFFFFFFFu);
+    EXPECT_EQ(file.window_bytes, 0x7FFFFFFFu);
+    EXPECT_EQ(file.window_ms, 1u);
 }
 
 TEST_F(timing, the_window_rolls_over_after_half_a_minute)

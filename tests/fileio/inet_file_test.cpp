@@ -101,6 +101,16 @@ TEST_F(inet_file_test, gives_the_canonical_address_the_room_that_it_wants)
                             "InternetCanonicalizeUrlW 70 0x12000000"));
 }
 
+TEST_F(inet_file_test, gives_more_room_to_who_wants_no_more)
+{
+    script.network.rooms_wanted = {30, 5};
+    EXPECT_TRUE(file.open(string(u"http://h/a"), string(), 0));
+    EXPECT_EQ(file.url, u"http://h/a");
+    EXPECT_THAT(script.log.of({"InternetCanonicalizeUrlW"}),
+                ElementsAre("InternetCanonicalizeUrlW 30 0x12000000", "InternetCanonicalizeUrlW 31 0x12000000",
+                            "InternetCanonicalizeUrlW 32 0x12000000"));
+}
+
 TEST_F(inet_file_test, takes_no_address_that_has_no_canonical_form)
 {
     script.network.rooms_wanted = {50};
@@ -108,6 +118,12 @@ TEST_F(inet_file_test, takes_no_address_that_has_no_canonical_form)
     EXPECT_FALSE(file.open(string(u"http://h/a"), string(), 0));
     EXPECT_EQ(get_last_error(), error_internet_invalid_url);
     EXPECT_EQ(script.log.count("InternetCanonicalizeUrlW"), 2u);
+
+    script.log.fail_nothing();
+    open();
+    script.log.fail("InternetCanonicalizeUrlW", error_internet_invalid_url);
+    EXPECT_FALSE(file.open(string(u"http://h/b"), string(), 0));
+    EXPECT_EQ(file.url, u""); // nobody reads the address of before for it
 }
 
 TEST_F(inet_file_test, keeps_slashes_of_a_password_from_splitting_the_address)
@@ -139,6 +155,8 @@ TEST_F(inet_file_test, takes_another_address_from_its_start)
     EXPECT_TRUE(file.connect());
     EXPECT_TRUE(file.open(string(u"http://h/b"), string(), usual_flags));
     EXPECT_EQ(file.position, 0u);
+    EXPECT_EQ(file.start_offset, 0u);
+    EXPECT_EQ(file.header_text, u"");
     EXPECT_TRUE(file.connect());
     EXPECT_THAT(requests(), ElementsAre("InternetOpenUrlW 101 http://h/a Range: bytes=40- 0x80400100",
                                         "InternetCloseHandle 102", "InternetOpenUrlW 101 http://h/b \"\" 0x80400100"));

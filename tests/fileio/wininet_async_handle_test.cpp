@@ -420,4 +420,15 @@ TEST_F(async_handle, the_error_of_a_timeout_outlives_that_of_the_closing)
     EXPECT_EQ(watched->handle, nullptr);
 }
 
+TEST_F(async_handle, the_error_of_a_wait_outlives_that_of_a_closing_that_takes_too_long)
+{
+    start(endless());
+    script.network.tells_closing = false;
+    script.log.fail("InternetCloseHandle", error_io_pending);
+    script.log.fail("MsgWaitForMultipleObjects", error_not_enough_memory, 1);
+    EXPECT_EQ(error_of_wait(), error_not_enough_memory);
+    EXPECT_EQ(watched->last_error, error_not_enough_memory);
+    EXPECT_EQ(script.log.count("MsgWaitForMultipleObjects"), 2u);
+}
+
 } // namespace
