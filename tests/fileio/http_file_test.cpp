@@ -130,7 +130,9 @@ TEST_F(http_file_test, reads_an_answer_whose_status_nobody_knows)
     EXPECT_EQ(file->last_error, 0u);
     EXPECT_EQ(script.log.count("InternetErrorDlg"), 0u);
     file->handle = reinterpret_cast<transfer_handle>(9);
+    set_last_error(77);
     EXPECT_TRUE(file->check_status());
+    EXPECT_EQ(get_last_error(), 77u);
     file->handle = nullptr;
     file->reference_count = 1;
     current().network->close(reinterpret_cast<transfer_handle>(102));
@@ -309,6 +311,11 @@ TEST_F(http_file_test, keeps_the_last_error_over_the_closing)
     EXPECT_FALSE(file->last_modified(&file_time));
     EXPECT_EQ(get_last_error(), error_http_header_not_found);
     EXPECT_EQ(script.log.count("MsgWaitForMultipleObjects"), 2u);
+    script.network.answer.status = 404;
+    script.network.tells_closing = false;
+    EXPECT_FALSE(file->connect());
+    EXPECT_EQ(get_last_error(), 0x8004D554u);
+    EXPECT_EQ(script.log.count("MsgWaitForMultipleObjects"), 3u);
     script.log.fail_nothing();
 }
 

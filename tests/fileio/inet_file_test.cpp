@@ -51,6 +51,10 @@ TEST_F(inet_file_test, counts_ticks_where_there_is_no_counter)
     const plain_file made;
     EXPECT_EQ(made.timer_frequency, 1000);
     EXPECT_FALSE(made.has_performance_counter);
+    script.log.fail_nothing();
+    script.time.frequency = 0;
+    EXPECT_EQ(plain_file().timer_frequency, 1000);
+    EXPECT_FALSE(plain_file().has_performance_counter);
 }
 
 TEST_F(inet_file_test, reads_every_answer_and_has_a_hook_that_does_nothing)

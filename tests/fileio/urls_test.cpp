@@ -56,6 +56,7 @@ TEST(urls, each_scheme_is_told_from_the_others)
     for (const scheme& asked : schemes) {
         EXPECT_FALSE(asked.is_url(u"file://server/file"));
         EXPECT_FALSE(asked.is_url(asked.lower.substr(0, asked.lower.length() - 2) + u"\\\\x"));
+        EXPECT_FALSE(asked.is_url(asked.lower.substr(0, asked.lower.length() - 1) + u"xyz"));
     }
 }
 
