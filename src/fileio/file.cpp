@@ -91,6 +91,8 @@ std::uint32_t file::open(const string& file_path, std::uint32_t access, std::uin
     close();
     shared_count = new std::atomic<std::uint32_t>(1);
     path = file_path;
+    code_page = 0;
+    has_mark = false;
 
     if (is_network_path(path)) {
         network_file = new http_file(string(u"toys::file"), network_timeout_ms, platform::access_as_configured, nullptr,

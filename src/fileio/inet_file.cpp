@@ -151,12 +151,13 @@ bool inet_file::open(const string& address, const string& headers, std::uint32_t
         connection = new wininet_async_handle;
     extra_headers = headers;
     header_text.erase(0);
-    url.erase(0);
-    if (!canonicalize(address, url))
-        return false;
-    if (holds_credentials(address))
-        protect_credentials(url);
-    return true;
+    // `address` may be the one that the file has.
+    string canonical;
+    const bool is_taken = canonicalize(address, canonical);
+    if (is_taken && holds_credentials(address))
+        protect_credentials(canonical);
+    url.swap(canonical);
+    return is_taken;
 }
 
 bool inet_file::connect()
@@ -236,11 +237,16 @@ bool inet_file::open_request(const inet_session& in_session, const string& addre
 
     platform::transfers& network = *platform::current().network;
     const auto headers_length = static_cast<std::uint32_t>(headers.length());
-    if (!(flags & platform::transfer_secure))
-        return network.open_url(in_session.handle, address.c_str(), headers.c_str(), headers_length, flags, context) !=
-               nullptr;
+    if (!(flags & platform::transfer_secure)) {
+        if (network.open_url(in_session.handle, address.c_str(), headers.c_str(), headers_length, flags, context))
+            return true;
+        // A request that could not be sent at all is gone, though its handle was told.
+        if (platform::get_last_error() != platform::error_io_pending)
+            give_request_up();
+        return false;
+    }
 
-    if (connection && connection->handle && !host_name.equals_no_case(parts.host.text))
+    if (connection && connection->handle && !is_connected_to(parts))
         close_other_host();
     if (!connection)
         connection = new wininet_async_handle;
@@ -249,11 +255,21 @@ bool inet_file::open_request(const inet_session& in_session, const string& addre
                              scheme->service, 0, connection))
             return false;
         host_name = parts.host.text;
+        m_connectedPort = parts.port;
+        m_connectedUser = parts.user.text;
+        m_connectedPassword = parts.password.text;
     }
     const std::u16string object = std::u16string(parts.path.text) + parts.extra.text;
     const platform::transfer_handle request =
         network.open_request(connection->handle, u"GET", object.c_str(), nullptr, nullptr, nullptr, flags, context);
     return request && network.send_request(request, headers.c_str(), headers_length, nullptr, 0);
+}
+
+bool inet_file::is_connected_to(const platform::url_components& parts) const
+{
+    // Another port of a host is another server, and what one person may see another may not.
+    return host_name.equals_no_case(parts.host.text) && m_connectedPort == parts.port &&
+           m_connectedUser == parts.user.text && m_connectedPassword == parts.password.text;
 }
 
 void inet_file::close_other_host()
@@ -281,6 +297,9 @@ void inet_file::close_all()
     if (wininet_async_handle* const closed = std::exchange(connection, nullptr))
         closed->release();
     host_name.erase(0);
+    m_connectedPort = 0;
+    m_connectedUser.erase(0);
+    m_connectedPassword.erase(0);
     start_offset = position = 0;
     close_handle();
 }

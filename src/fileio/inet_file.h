@@ -84,7 +84,12 @@ public:
     string host_name;                 // of the connection
 
 private:
+    std::uint16_t m_connectedPort = 0; // and who, of the connection
+    string m_connectedUser;
+    string m_connectedPassword;
+
     bool start_request(bool resend);
+    [[nodiscard]] bool is_connected_to(const platform::url_components& parts) const;
     void close_other_host();
     void give_request_up();
     bool read_loop(char* target, std::uint32_t size_in_bytes, std::uint32_t* read_in_bytes);

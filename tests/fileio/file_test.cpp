@@ -700,6 +700,16 @@ TEST_F(network_file, reads_sizes_and_moves)
     EXPECT_EQ(opened.code_page, 1200u);
 }
 
+TEST_F(network_file, has_no_mark_of_the_file_before)
+{
+    script.files.add_file(u"C:\\marked", "\xFF\xFEtext");
+    EXPECT_EQ(open_for_reading(opened, u"C:\\marked"), 0u);
+    EXPECT_TRUE(opened.has_mark);
+    EXPECT_EQ(open_for_reading(opened, u"http://example.org/a"), 0u);
+    EXPECT_FALSE(opened.has_mark);
+    EXPECT_EQ(opened.code_page, 0u);
+}
+
 TEST_F(network_file, fails_with_errors_of_the_network)
 {
     script.network.answer.status = 404;
