@@ -29,8 +29,8 @@ void read_setting(platform::settings_key key, const char16_t* name, std::array<c
         value = {};
 }
 
-/// Those sessions take these two from the person's settings by themselves; here they are only asked for, as
-/// some systems write what they answer down.
+/// A session that is shared obeys these two by itself; they are read before it is opened, as ever, and nothing
+/// here looks at them.
 void read_internet_settings()
 {
     platform::machine_settings& settings = *platform::current().user_keys;
@@ -51,16 +51,6 @@ bool shares_one_session()
     std::uint32_t size_in_bytes = sizeof version;
     platform::current().network->query_option(nullptr, platform::option_version, &version, &size_in_bytes);
     return version.minor == minor_version_of_shared_sessions;
-}
-
-/// What was asked for, with the last error, over the closing of what it was asked of.
-template <class Answer>
-Answer closed_after(inet_file& asked, Answer answer)
-{
-    const std::uint32_t kept = platform::get_last_error();
-    asked.close_handle();
-    platform::set_last_error(kept);
-    return answer;
 }
 
 } // namespace
@@ -130,7 +120,8 @@ std::uint32_t http_file::size()
         else
             platform::set_last_error(platform::error_arithmetic_overflow);
     }
-    return closed_after(*this, answer);
+    close_request();
+    return answer;
 }
 
 bool http_file::last_modified(std::uint64_t* file_time)
@@ -142,15 +133,8 @@ bool http_file::last_modified(std::uint64_t* file_time)
         platform::current().network->query_info(handle, platform::query_last_modified | platform::query_as_system_time,
                                                 &told, &size_in_bytes, nullptr) &&
         platform::current().time->to_file_time(&told, file_time);
-    return closed_after(*this, is_known);
-}
-
-std::uint32_t http_file::handle_error()
-{
-    const std::uint32_t kept = platform::get_last_error();
-    const std::uint32_t answer = inet_file::handle_error();
-    platform::set_last_error(kept);
-    return answer;
+    close_request();
+    return is_known;
 }
 
 bool http_file::check_status()

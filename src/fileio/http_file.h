@@ -23,8 +23,6 @@ public:
     std::uint32_t seek(std::int32_t distance, std::uint32_t method) override;
     [[nodiscard]] std::uint32_t size() override;
     [[nodiscard]] bool last_modified(std::uint64_t* file_time) override;
-    void reserved_hook() override {}
-    std::uint32_t handle_error() override;
     /// False for a status outside 200 to 299, which `last_error` and the last error then tell: 0x80040000 with
     /// the status plus 0xD3C0. An answer without a status can be read.
     bool check_status() override;

@@ -168,13 +168,13 @@ bool inet_file::connect()
         if (handle_error() != platform::error_internet_force_retry)
             break;
     }
-    give_request_up();
+    // The next call must not take an answer that was refused for the file.
+    close_request();
     return false;
 }
 
-void inet_file::give_request_up()
+void inet_file::close_request()
 {
-    // The next call must not take an answer that was refused for the file.
     const std::uint32_t kept = platform::get_last_error();
     close_handle();
     platform::set_last_error(kept);
@@ -242,7 +242,7 @@ bool inet_file::open_request(const inet_session& in_session, const string& addre
             return true;
         // A request that could not be sent at all is gone, though its handle was told.
         if (platform::get_last_error() != platform::error_io_pending)
-            give_request_up();
+            close_request();
         return false;
     }
 

@@ -83,6 +83,10 @@ public:
     wininet_async_handle* connection; // for HTTPS; null after `close_all`
     string host_name;                 // of the connection
 
+protected:
+    /// Closes the request; the last error stays, also over a closing that fails.
+    void close_request();
+
 private:
     std::uint16_t m_connectedPort = 0; // and who, of the connection
     string m_connectedUser;
@@ -91,7 +95,6 @@ private:
     bool start_request(bool resend);
     [[nodiscard]] bool is_connected_to(const platform::url_components& parts) const;
     void close_other_host();
-    void give_request_up();
     bool read_loop(char* target, std::uint32_t size_in_bytes, std::uint32_t* read_in_bytes);
     [[nodiscard]] std::uint32_t next_chunk();
     [[nodiscard]] std::int64_t now() const;

@@ -40,7 +40,7 @@ bool inet_file::read(void* target, std::uint32_t size_in_bytes, std::uint32_t* r
         close_handle();
         start_offset = position;
     }
-    give_request_up();
+    close_request();
     return false;
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <utility>
 
 namespace {
 
@@ -31,6 +32,15 @@ protected:
         return get_last_error();
     }
     std::u16string told_of(const std::string& answer) { return server.wide_address("/raw/" + answer); }
+
+    /// A connection and a request over it, with what they are told.
+    std::pair<transfer_handle, transfer_handle> open_both(told_events& of_connection, told_events& of_request)
+    {
+        const transfer_handle connection =
+            client.network->connect(client.session, u"localhost", 0, nullptr, nullptr, service_http, 0, &of_connection);
+        return {connection,
+                client.network->open_request(connection, nullptr, u"/", nullptr, nullptr, nullptr, 0, &of_request)};
+    }
 };
 
 TEST_F(curl_transfers, opens_no_session_for_what_it_cannot_be)
@@ -60,13 +70,10 @@ TEST_F(curl_transfers, opens_no_session_for_what_it_cannot_be)
 
 TEST_F(curl_transfers, knows_its_handles_and_their_kinds)
 {
+    transfers& network = *client.network;
     told_events of_connection;
     told_events of_request;
-    transfers& network = *client.network;
-    const transfer_handle connection =
-        network.connect(client.session, u"localhost", 0, nullptr, nullptr, service_http, 0, &of_connection);
-    const transfer_handle request =
-        network.open_request(connection, nullptr, u"/", nullptr, nullptr, nullptr, 0, &of_request);
+    const auto [connection, request] = open_both(of_connection, of_request);
     ASSERT_NE(request, nullptr);
     EXPECT_LT(client.session, connection);
     EXPECT_LT(connection, request);
@@ -107,13 +114,10 @@ TEST_F(curl_transfers, knows_its_handles_and_their_kinds)
 
 TEST_F(curl_transfers, tells_of_handles_on_the_callers_thread)
 {
+    transfers& network = *client.network;
     told_events of_connection;
     told_events of_request;
-    transfers& network = *client.network;
-    const transfer_handle connection =
-        network.connect(client.session, u"localhost", 0, nullptr, nullptr, service_http, 0, &of_connection);
-    const transfer_handle request =
-        network.open_request(connection, nullptr, u"/", nullptr, nullptr, nullptr, 0, &of_request);
+    const auto [connection, request] = open_both(of_connection, of_request);
     EXPECT_EQ(of_connection.handle(), connection);
     EXPECT_EQ(of_request.handle(), request);
     network.close(request);
